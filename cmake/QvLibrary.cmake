@@ -1,0 +1,38 @@
+# The library that applications link: every room's objects in one file, and its package.
+get_property(rooms GLOBAL PROPERTY QV_ROOM_LIBRARIES)
+get_property(externals GLOBAL PROPERTY QV_ROOM_EXTERNALS)
+get_property(public_headers GLOBAL PROPERTY QV_PUBLIC_HEADERS)
+
+set(objects)
+foreach(room IN LISTS rooms)
+    list(APPEND objects $<TARGET_OBJECTS:${room}>)
+endforeach()
+add_library(qvcore ${objects})
+add_library(qvcore::qvcore ALIAS qvcore)
+set_target_properties(qvcore PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
+                                        SOVERSION ${PROJECT_VERSION_MAJOR})
+target_compile_features(qvcore PUBLIC cxx_std_20)
+target_include_directories(qvcore PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qvcore>)
+target_compile_definitions(qvcore PUBLIC $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
+target_link_libraries(qvcore PUBLIC Threads::Threads PRIVATE $<BUILD_INTERFACE:qv_compile>)
+foreach(external IN LISTS externals)
+    target_link_libraries(qvcore PRIVATE $<BUILD_INTERFACE:${external}>)
+endforeach()
+
+include(CMakePackageConfigHelpers)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvcore)
+configure_package_config_file(cmake/qvcoreConfig.cmake.in qvcoreConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(qvcoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+configure_file(cmake/qvcore.pc.in qvcore.pc @ONLY)
+
+install(TARGETS qvcore EXPORT qvcoreTargets)
+install(EXPORT qvcoreTargets NAMESPACE qvcore:: DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/qvcoreConfig.cmake
+              ${PROJECT_BINARY_DIR}/qvcoreConfigVersion.cmake DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/qvcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(header qvcore.h IN LISTS public_headers)
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvcore/${folder})
+endforeach()
