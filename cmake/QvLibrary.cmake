@@ -12,7 +12,15 @@ add_library(qvcore::qvcore ALIAS qvcore)
 set_target_properties(qvcore PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
                                         SOVERSION ${PROJECT_VERSION_MAJOR})
 target_compile_features(qvcore PUBLIC cxx_std_20)
+
+# The umbrella header names every public header of every room.
+set(umbrella_folder ${PROJECT_BINARY_DIR}/umbrella)
+list(TRANSFORM public_headers REPLACE "(.+)" "#include \"\\1\"" OUTPUT_VARIABLE include_lines)
+list(JOIN include_lines "\n" include_lines)
+file(CONFIGURE OUTPUT ${umbrella_folder}/qvcore.h CONTENT "#pragma once\n\n${include_lines}\n")
+
 target_include_directories(qvcore PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                         $<BUILD_INTERFACE:${umbrella_folder}>
                                          $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qvcore>)
 target_compile_definitions(qvcore PUBLIC $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
 target_link_libraries(qvcore PUBLIC Threads::Threads PRIVATE $<BUILD_INTERFACE:qv_compile>)
@@ -25,14 +33,18 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvcore)
 configure_package_config_file(cmake/qvcoreConfig.cmake.in qvcoreConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(qvcoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-configure_file(cmake/qvcore.pc.in qvcore.pc @ONLY)
+file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+set(pc_definitions $<$<BOOL:${BUILD_SHARED_LIBS}>:-DQVCORE_SHARED>)
+configure_file(cmake/qvcore.pc.in qvcore.pc.in @ONLY)
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/qvcore.pc INPUT ${PROJECT_BINARY_DIR}/qvcore.pc.in)
 
 install(TARGETS qvcore EXPORT qvcoreTargets)
 install(EXPORT qvcoreTargets NAMESPACE qvcore:: DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/qvcoreConfig.cmake
               ${PROJECT_BINARY_DIR}/qvcoreConfigVersion.cmake DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/qvcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-foreach(header qvcore.h IN LISTS public_headers)
+install(FILES ${umbrella_folder}/qvcore.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvcore)
+foreach(header IN LISTS public_headers)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvcore/${folder})
 endforeach()
