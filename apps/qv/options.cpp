@@ -1,0 +1,104 @@
+#include "apps/qv/options.h"
+
+#include <cstddef>
+#include <iterator>
+
+namespace {
+
+using Action = Options::Action;
+
+struct Word {
+    const char* name;
+    /// Shown in the help after the name; empty for a word without arguments.
+    const char* argument;
+    const char* help;
+    /// Returns false when the arguments from `next` on do not suit; moves `next` past those it takes.
+    bool (*apply)(Options&, const std::vector<std::string>& arguments, size_t& next);
+};
+
+bool chooseAction(Options& options, Action action) {
+    if (options.action != Action::prompt && options.action != action) return false;
+    options.action = action;
+    return true;
+}
+
+const Word words[] = {
+    {"run", " FILE...", "execute command files; \"-\" is standard input",
+     [](Options& options, const std::vector<std::string>&, size_t&) {
+         return chooseAction(options, Action::files);
+     }},
+    {"-c", " TEXT", "execute TEXT",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         if (next == arguments.size() || !chooseAction(options, Action::text)) return false;
+         options.inputs.push_back(arguments[next++]);
+         return true;
+     }},
+    {"--stop-on-error", "", "stop at the first statement that fails",
+     [](Options& options, const std::vector<std::string>&, size_t&) {
+         return options.stopOnError = true;
+     }},
+    {"--echo", "", "print each statement before its result",
+     [](Options& options, const std::vector<std::string>&, size_t&) {
+         return options.echo = true;
+     }},
+    {"--version", "", "print the version",
+     [](Options& options, const std::vector<std::string>&, size_t&) {
+         return chooseAction(options, Action::version);
+     }},
+    {"--help", "", "print this help",
+     [](Options& options, const std::vector<std::string>&, size_t&) {
+         return chooseAction(options, Action::help);
+     }},
+};
+
+const Word* findWord(const std::string& name) {
+    for (const Word& word : words) {
+        if (name == word.name) return &word;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& error) {
+    bool onlyFiles = false;
+    for (size_t next = 0; next < arguments.size();) {
+        const std::string& argument = arguments[next++];
+        const bool isFile = options.action == Action::files &&
+                            (onlyFiles || argument == "-" || argument[0] != '-');
+        if (isFile) {
+            options.inputs.push_back(argument);
+        } else if (options.action == Action::files && argument == "--") {
+            onlyFiles = true;
+        } else if (const Word* word = findWord(argument)) {
+            if (!word->apply(options, arguments, next)) {
+                error = "wrong use of " + argument;
+                return false;
+            }
+        } else {
+            error = "unknown argument " + argument;
+            return false;
+        }
+    }
+    if (options.action == Action::files && options.inputs.empty()) {
+        error = "run needs a file";
+        return false;
+    }
+    return true;
+}
+
+std::string usage() {
+    std::string text =
+        "usage: qv [OPTION...] run FILE...   execute command files\n"
+        "       qv [OPTION...] -c TEXT       execute a text\n"
+        "       qv [OPTION...]               type commands; end with Ctrl-D or \"quit\"\n\n";
+    for (const Word& word : words) {
+        std::string left = std::string("  ") + word.name + word.argument;
+        left.resize(22, ' ');
+        text += left + word.help + "\n";
+    }
+    return text +
+           "\nResults go to standard output, errors to standard error.\n"
+           "Exit status: 0 all well, 1 a command failed, 2 wrong usage.\n"
+           "Begin with:  qv -c \"help app\"\n";
+}

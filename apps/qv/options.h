@@ -1,0 +1,21 @@
+#pragma once
+#include <string>
+#include <vector>
+
+/// What the command line asks for.
+struct Options {
+    enum class Action { prompt, files, text, help, version };
+
+    Action action = Action::prompt;
+    /// The files of `run`, or the texts of -c.
+    std::vector<std::string> inputs;
+    bool stopOnError = false;
+    bool echo = false;
+};
+
+/// Reads the arguments (the program's name left out). On wrong usage returns false and `error` says
+/// what is wrong.
+bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& error);
+
+/// The text of --help.
+std::string usage();
