@@ -1,0 +1,35 @@
+#pragma once
+#include <vector>
+
+#include "qvutils/ui/project/qvprojnode.h"
+
+/// A node that holds free text. In its block each line of the text stands after a ">".
+class QVCORE_API qvNotesNode : public qvProjectNode {
+public:
+    static qvClassInfo cinfo_qvNotesNode;
+    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvNotesNode; }
+
+    const qvClassInfo* getClassInfo() const override { return &cinfo_qvNotesNode; }
+    void OnPublish() override;
+    /// A line without ">" is taken as text too; blank lines and comment lines are not part of it.
+    bool ReadTB(TextBlock& block) override;
+    bool WriteTB(TextBlock& block) override;
+
+    const QVString& getText() const { return text_; }
+    void setText(const QVString& text);
+    void AppendText(const QVString& text);
+    void ClearText();
+
+private:
+    /// A comment line of the user inside the block, and the number of text lines before it.
+    struct Comment {
+        int line;
+        QVString text;
+    };
+
+    QVString text_;
+    std::vector<Comment> comments_;
+};
+
+/// Registers the block type "notesTB" (1.0), displayed as "Notes", allowed in projects.
+QVCORE_API void registerNotesNode();

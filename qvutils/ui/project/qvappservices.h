@@ -1,0 +1,33 @@
+#pragma once
+#include <string>
+
+#include "qvutils/common/platform/qvexport.h"
+
+class QVCommandBase;
+class qvProjectNode;
+
+/// What the project tree asks of the application around it. The application installs its own on
+/// the project manager; this base is the answer of a program without a window or a user.
+class QVCORE_API qvAppServices {
+public:
+    virtual ~qvAppServices();
+
+    /// Written into the header of project files.
+    virtual std::string applicationName() const;
+    /// Version, a blank, and the number of the installed licence (0: none installed).
+    virtual std::string versionAndLicence() const;
+
+    /// Runs texts of the command language; null when there is none.
+    virtual QVCommandBase* commandObject();
+
+    /// A question with the answers "continue" and "cancel". False is "cancel", which is also the
+    /// answer where there is nobody to ask.
+    virtual bool askUser(const std::string& question);
+
+    /// Shows the node's window, made when it has none and `create` is set. Posts an error and
+    /// returns false where windows cannot be shown.
+    virtual bool openView(qvProjectNode& node, bool create);
+
+    /// A long operation begins (true) or ends (false): the busy cursor. Calls nest.
+    virtual void setBusy(bool busy);
+};
