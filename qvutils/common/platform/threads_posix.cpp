@@ -1,0 +1,31 @@
+#include <sched.h>
+
+#include <chrono>
+#include <thread>
+
+#include "qvutils/common/platform/threads.h"
+
+namespace qvplatform {
+
+void pauseProcessor() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    __asm__ __volatile__("yield");
+#endif
+}
+
+void yieldThread() { sched_yield(); }
+
+void sleepMicroseconds(int microseconds) {
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+int processorCount() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0) return CPU_COUNT(&set);
+    const unsigned count = std::thread::hardware_concurrency();
+    return count ? static_cast<int>(count) : 1;
+}
+
+}  // namespace qvplatform

@@ -1,0 +1,22 @@
+#pragma once
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+
+#include <string>
+
+/// Between the UTF-8 of this library and the UTF-16 of Windows. For the sources of this room only.
+namespace qvplatform {
+
+/// Bytes that are not UTF-8 become U+FFFD.
+std::wstring toWide(const std::string& text);
+std::string toUtf8(const wchar_t* text);
+
+/// Sets `errno` from GetLastError(), so that callers have one kind of error to look at.
+void setErrnoFromSystem();
+
+}  // namespace qvplatform

@@ -1,0 +1,60 @@
+#include "qvutils/common/tasks/threadid.h"
+
+#include <functional>
+#include <mutex>
+#include <queue>
+#include <vector>
+
+#include "qvutils/common/diagnostics/diagnostics.h"
+
+namespace {
+
+class Numbers {
+public:
+    int take() {
+        const std::lock_guard hold(mutex_);
+        if (!free_.empty()) {
+            const int number = free_.top();
+            free_.pop();
+            return number;
+        }
+        if (next_ == qvMaxThreads) {
+            exitfn("Too many threads: more than %d are running at the same time", qvMaxThreads);
+        }
+        return next_++;
+    }
+    void giveBack(int number) {
+        const std::lock_guard hold(mutex_);
+        free_.push(number);
+    }
+
+private:
+    std::mutex mutex_;
+    std::priority_queue<int, std::vector<int>, std::greater<>> free_;
+    int next_ = 0;
+};
+
+/// Never destroyed: threads may end after the statics of the program are gone.
+Numbers& numbers() {
+    static Numbers* const instance = new Numbers;
+    return *instance;
+}
+
+thread_local int threadNumber = -1;
+
+struct Holder {
+    const int number = numbers().take();
+    ~Holder() {
+        numbers().giveBack(number);
+        threadNumber = -1;
+    }
+};
+
+int firstAsked() {
+    thread_local const Holder holder;
+    return threadNumber = holder.number;
+}
+
+}  // namespace
+
+int qvTaskThreadId() { return threadNumber >= 0 ? threadNumber : firstAsked(); }
