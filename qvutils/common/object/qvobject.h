@@ -194,6 +194,11 @@ protected:
                     bool readOnly, void*, void*, int kind, const char* text1 = "",
                     const char* text2 = "", const char* text3 = "");
 
+    /// All that another object publishes, as if it were published here; its methods run on it.
+    void PublishAll(QVObject& other) {
+        if (request_) other.runRequest(*request_);
+    }
+
 private:
     friend class qvObjectWatcher;
 
