@@ -2,7 +2,9 @@
 #include <langinfo.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -76,6 +78,7 @@ void useUtf8() {
 
 LineEditor::LineEditor(Completer completer, const std::vector<std::string>& lines) {
     useUtf8();
+    std::signal(SIGINT, [](int) {});
     editing.completer = std::move(completer);
     editing.history = history_init();
     HistEvent event;
@@ -96,13 +99,20 @@ LineEditor::LineEditor(Completer completer, const std::vector<std::string>& line
 LineEditor::~LineEditor() {
     el_end(editing.handle);
     history_end(editing.history);
+    std::signal(SIGINT, SIG_DFL);
     editing = Editing();
 }
 
 bool LineEditor::read(const std::string& prompt, std::string& line) {
     editing.prompt = prompt;
     int count = 0;
+    errno = 0;
     const char* text = el_gets(editing.handle, &count);
+    if (!text && errno == EINTR) {  // Ctrl-C drops the line, not the session
+        std::fputs("\n", stdout);
+        line.clear();
+        return true;
+    }
     if (!text || count <= 0) {
         std::fputs("\n", stdout);
         return false;

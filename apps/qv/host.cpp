@@ -1,0 +1,108 @@
+#include "apps/qv/host.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "apps/qv/input.h"
+#include "qvutils/common/error/qverror.h"
+
+namespace {
+
+// A statement may be as long as a whole project; enough of it to know it by.
+std::string abbreviated(const std::string& statement) {
+    constexpr size_t most = 300;
+    if (statement.size() <= most) return statement;
+    size_t end = most;
+    while (end > 0 && (statement[end] & 0xC0) == 0x80) --end;
+    return statement.substr(0, end) + " ...";
+}
+
+std::string withoutLineEnd(std::string text) {
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+    return text;
+}
+
+void printLine(const char* text) {
+    std::fputs(text, stdout);
+    const size_t length = std::strlen(text);
+    if (length == 0 || text[length - 1] != '\n') std::fputc('\n', stdout);
+}
+
+// A line that is only a comment reads as prose between the statements.
+void echo(const char* command) {
+    while (*command == ' ') ++command;
+    if (*command == '\0') return;
+    if (std::strncmp(command, "//", 2) != 0) std::fputs("> ", stdout);
+    printLine(command);
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+}  // namespace
+
+bool Host::run(const std::string& source, const char* text, int firstLine) {
+    source_ = source;
+    firstLine_ = firstLine;
+    const bool well = Execute(text);
+    qverr().reset();
+    return well || !options_.stopOnError;
+}
+
+bool Host::runFile(const std::string& path) {
+    if (path == "-") return runInput();
+    std::string text;
+    std::string error;
+    if (!readCommandFile(path, text, error)) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "qv: %s\n", error.c_str());
+        return fail();
+    }
+    return run(path, text.c_str());
+}
+
+bool Host::runInput() {
+    std::string line;
+    for (int number = 1; readLine(stdin, line); ++number) {
+        if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+        if (line.find('\0') != std::string::npos) {
+            OnCommandError(number, "", "the line holds a NUL byte");
+            if (!fail()) return false;
+            continue;
+        }
+        if (!run("standard input", line.c_str(), number)) return false;
+    }
+    return true;
+}
+
+bool Host::fail() {
+    failed_ = true;
+    return !options_.stopOnError;
+}
+
+bool Host::OnParseCommand(const char* command, const char* result, int flags) {
+    if (flags == aboutToRun) {
+        if (options_.echo) echo(command);
+        return true;
+    }
+    if (qverr()) return !options_.stopOnError;
+    if (*result) printLine(result);
+    std::fflush(stdout);
+    return true;
+}
+
+void Host::OnCommandError(int line, const char* statement, const char* message) {
+    failed_ = true;
+    std::fflush(stdout);
+    if (!hidePlaces_) {
+        std::fprintf(stderr, "%s:%d: %s: ", source_.c_str(), firstLine_ + line - 1,
+                     abbreviated(statement).c_str());
+    }
+    std::fprintf(stderr, "%s\n", withoutLineEnd(message).c_str());
+    if (!getHints().empty()) {
+        std::fprintf(stderr, "did you mean: %s\n", joined(getHints()).c_str());
+    }
+}

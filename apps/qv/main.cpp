@@ -1,0 +1,94 @@
+#include <cstdio>
+#include <memory>
+
+#include "apps/qv/host.h"
+#include "apps/qv/options.h"
+#include "apps/qv/prompt.h"
+#include "qvutils/common/diagnostics/diagnostics.h"
+#include "qvutils/common/platform/console.h"
+#include "qvutils/ui/app/qvappBase.h"
+
+namespace {
+
+constexpr int wrongUsage = 2;
+
+// Warnings are no results: a script that reads standard output must not see them.
+void showDiagnostics(int kind, const char* piece) {
+    if (kind == qvOutputWarning) std::fflush(stdout);
+    std::fputs(piece, kind == qvOutputWarning ? stderr : stdout);
+}
+
+/// The application behind qv. Questions go to the prompt; without one they are answered "cancel".
+class Application : public qvAppBase {
+public:
+    explicit Application(Host& host) : qvAppBase("qv", QV_VERSION, host) {}
+
+    bool askUser(const std::string& question) override {
+        if (prompt_) return prompt_->ask(question);
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s\nqv: nobody is there to ask; the answer is \"cancel\"\n",
+                     question.c_str());
+        return false;
+    }
+
+    void runPrompt(Host& host) {
+        Prompt prompt(host);
+        prompt_ = &prompt;
+        prompt.run();
+        prompt_ = nullptr;
+    }
+
+private:
+    Prompt* prompt_ = nullptr;
+};
+
+void runInputs(const Options& options, Host& host) {
+    for (const std::string& input : options.inputs) {
+        const bool goOn = options.action == Options::Action::text ? host.run("-c", input.c_str())
+                                                                 : host.runFile(input);
+        if (!goOn) break;
+    }
+}
+
+int runCommands(const Options& options) {
+    qvplatform::prepareConsole();
+    setOutputHook(showDiagnostics);
+    Host host(options);
+    Application application(host);
+    if (options.action != Options::Action::prompt) {
+        runInputs(options, host);
+        listUnsaved();
+    } else if (qvplatform::inputIsTerminal()) {
+        application.runPrompt(host);
+    } else {
+        host.runInput();
+        listUnsaved();
+    }
+    return host.failed() ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> arguments = qvplatform::utf8Arguments(argc, argv);
+    arguments.erase(arguments.begin());
+    Options options;
+    std::string error;
+    if (!parseOptions(arguments, options, error)) {
+        std::fprintf(stderr, "qv: %s\n\n%s", error.c_str(), usage().c_str());
+        return wrongUsage;
+    }
+    int status = 0;
+    if (options.action == Options::Action::help) {
+        std::fputs(usage().c_str(), stdout);
+    } else if (options.action == Options::Action::version) {
+        std::printf("qv %s, %s\n", QV_VERSION, qvAppBase::versionTag());
+    } else {
+        status = runCommands(options);
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        std::fputs("qv: could not write to standard output\n", stderr);
+        return 1;
+    }
+    return status;
+}

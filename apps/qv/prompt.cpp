@@ -1,0 +1,135 @@
+#include "apps/qv/prompt.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "apps/qv/host.h"
+#include "apps/qv/lineedit.h"
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/process.h"
+#include "qvutils/ui/project/qvprojman.h"
+
+namespace {
+
+constexpr size_t mostHistory = 1000;
+
+/// The lines of earlier runs and of this one.
+class HistoryFile {
+public:
+    HistoryFile()
+        : directory_(qvplatform::stateDirectory("qv")),
+          path_(qvplatform::joinPath(directory_, "history")) {}
+
+    std::vector<std::string> load() const {
+        std::string text;
+        std::vector<std::string> lines;
+        if (!qvplatform::readWholeFile(path_, text)) return lines;
+        for (size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+            lines.push_back(text.substr(at, end - at));
+        }
+        return lines;
+    }
+
+    void add(const std::string& line) { added_.push_back(line); }
+
+    /// Another prompt may have written in the meantime: its lines stay. A history that cannot be
+    /// kept is no reason to trouble the user.
+    void save() const {
+        if (added_.empty()) return;
+        std::vector<std::string> lines = load();
+        lines.insert(lines.end(), added_.begin(), added_.end());
+        const size_t first = lines.size() > mostHistory ? lines.size() - mostHistory : 0;
+        std::string text;
+        for (size_t i = first; i < lines.size(); ++i) text += lines[i] + "\n";
+        makeDirectories(directory_);
+        qvplatform::SafeFile file;
+        if (file.open(path_) && file.write(text)) file.commit();
+    }
+
+private:
+    static void makeDirectories(const std::string& path) {
+        qvplatform::FileSystem& files = qvplatform::fileSystem();
+        if (path.empty() || files.status(path).isDirectory()) return;
+        size_t end = path.size();
+        while (end > 0 && !qvplatform::isPathSeparator(path[end - 1])) --end;
+        if (end > 1) makeDirectories(path.substr(0, end - 1));
+        files.makeDirectory(path, true);
+    }
+
+    std::string directory_;
+    std::string path_;
+    std::vector<std::string> added_;
+};
+
+std::string trimmed(const std::string& line) {
+    const size_t first = line.find_first_not_of(" \t");
+    if (first == std::string::npos) return "";
+    return line.substr(first, line.find_last_not_of(" \t") - first + 1);
+}
+
+std::vector<std::string> wholeLines(const std::string& typed, const qvCompletions& completions) {
+    std::vector<std::string> lines;
+    const std::string before = typed.substr(0, static_cast<size_t>(completions.start));
+    for (const std::string& name : completions.names) lines.push_back(before + name);
+    return lines;
+}
+
+}  // namespace
+
+bool listUnsaved() {
+    std::fflush(stdout);
+    bool any = false;
+    for (qvProjectNode* node : getProjectManager().getNodes()) {
+        const auto* project = dynamic_cast<const qvProject*>(node);
+        if (!project || !project->IsDirty()) continue;
+        std::fprintf(stderr, "qv: project \"%s\" has not been saved\n", project->getName().Chars());
+        any = true;
+    }
+    return any;
+}
+
+void Prompt::run() {
+    HistoryFile history;
+    LineEditor editor(
+        [this](const std::string& typed) {
+            return wholeLines(typed, host_.completions(typed.c_str()));
+        },
+        history.load());
+    editor_ = &editor;
+    host_.hidePlaces();
+    std::printf("qv: commands act on \"app\"; try \"help app\". Ctrl-D or \"quit\" leaves.\n");
+
+    std::string typed;
+    for (int number = 1;; ++number) {
+        const bool more = editor.read("qv> ", typed);
+        const std::string line = trimmed(typed);
+        if (!more || line == "quit" || line == "exit") {
+            if (leave()) break;
+            continue;
+        }
+        if (line.empty()) continue;
+        editor.remember(line);
+        history.add(line);
+        host_.run("prompt", line.c_str(), number);
+    }
+    editor_ = nullptr;
+    history.save();
+}
+
+bool Prompt::ask(const std::string& question) {
+    if (!editor_) return false;
+    std::string answer;
+    if (!editor_->read(question + " [y/N] ", answer)) return false;
+    answer = trimmed(answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+// The end of the input in place of an answer leaves: it would only come again.
+bool Prompt::leave() {
+    if (!listUnsaved()) return true;
+    std::string answer;
+    if (!editor_->read("Leave without saving? [y/N] ", answer)) return true;
+    answer = trimmed(answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}

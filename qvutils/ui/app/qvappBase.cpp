@@ -1,0 +1,60 @@
+#include "qvutils/ui/app/qvappBase.h"
+
+#include <cerrno>
+
+#include "qvutils/common/error/qverror.h"
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/process.h"
+#include "qvutils/common/statefiles/sfhandler.h"
+#include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/project/qvprojman.h"
+
+const qvClassInfo qvAppBase::cinfo_qvAppBase("qvAppBase", QVObject::getStaticClassInfo());
+
+const char* qvAppBase::versionTag() { return "qvcore(39.1)"; }
+
+qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& commands)
+    : name_(name), version_(version), commands_(commands) {
+    registerProjectNode();
+    registerNotesNode();
+    SFHandler::InitialiseCacheDir(SFHandler::privateCacheDir().Chars());
+    getProjectManager().setServices(this);
+    commands_.setRoot(this);
+}
+
+qvAppBase::~qvAppBase() {
+    commands_.setRoot(nullptr);
+    getProjectManager().ClearNodes();
+    getProjectManager().clearClipboard();
+    getProjectManager().setServices(nullptr);
+}
+
+// There is one application; a copy of it means nothing.
+QVObject* qvAppBase::Clone() const { return nullptr; }
+
+void qvAppBase::OnPublish() {
+    PublishAll(getProjectManager());
+    PublishFn("setwdir", &qvAppBase::SetWorkingDirectory, "(dirpath): set working directory");
+    PublishFn("getwdir", &qvAppBase::GetWorkingDirectory,
+              "(): get working directory (stored in wdir)");
+}
+
+std::string qvAppBase::versionAndLicence() const {
+    // No licence is installed.
+    return version_ + " 0";
+}
+
+void qvAppBase::SetWorkingDirectory(const QVString& path) {
+    if (!qvplatform::setCurrentDirectory(path.Chars())) {
+        qverr().setf("could not change to directory \"%s\": %s\n", path.Chars(),
+                     qvplatform::errorText(errno).c_str());
+    }
+}
+
+QVString qvAppBase::GetWorkingDirectory() {
+    const QVString path(qvplatform::currentDirectory().c_str());
+    QVCommandElt wdir;
+    wdir.InitOwned(std::make_shared<QVString>(path), qvKindString);
+    commands_.AddGvar("wdir", wdir);
+    return path;
+}

@@ -1,0 +1,43 @@
+#pragma once
+#include <string>
+
+#include "qvutils/common/object/qvobject.h"
+#include "qvutils/common/platform/qvexport.h"
+#include "qvutils/ui/app/qvcommandobject.h"
+#include "qvutils/ui/project/qvappservices.h"
+
+/// The application object: the root of the command language, called "app". It publishes what the
+/// project manager publishes and the application's own commands, and it is what the project tree
+/// asks for the services of the application. A program makes one, near the start of main().
+class QVCORE_API qvAppBase : public QVObject, public qvAppServices {
+public:
+    QV_CLASS_INFO(qvAppBase)
+
+    /// The tag of the library, "qvcore(39.1)".
+    static const char* versionTag();
+
+    /// Registers the library's node types, gives state files a place, and becomes the root of
+    /// `commands`, which outlives this object. Name and version are written into project files.
+    qvAppBase(const char* name, const char* version, qvCommandObject& commands);
+    /// Closes all projects, without asking.
+    ~qvAppBase() override;
+    qvAppBase(const qvAppBase&) = delete;
+    qvAppBase& operator=(const qvAppBase&) = delete;
+
+    QVObject* Clone() const override;
+    void OnPublish() override;
+
+    std::string applicationName() const override { return name_; }
+    std::string versionAndLicence() const override;
+    QVCommandBase* commandObject() override { return &commands_; }
+
+    /// Posts "could not change to directory \"%s\"\n" and the reason.
+    void SetWorkingDirectory(const QVString& path);
+    /// Also defines the global variable wdir.
+    QVString GetWorkingDirectory();
+
+private:
+    std::string name_;
+    std::string version_;
+    qvCommandObject& commands_;
+};

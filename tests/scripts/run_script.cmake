@@ -1,0 +1,30 @@
+cmake_minimum_required(VERSION 3.25)
+set(here ${CMAKE_CURRENT_LIST_DIR})
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+if(EXISTS ${here}/${NAME})
+    file(COPY ${here}/${NAME}/ DESTINATION ${WORK})
+endif()
+
+set(output)
+foreach(script ${NAME}.qv ${NAME}.2.qv)
+    if(EXISTS ${here}/${script})
+        file(COPY ${here}/${script} DESTINATION ${WORK})
+        execute_process(COMMAND ${EMULATOR} ${QV} run --echo ${script} WORKING_DIRECTORY ${WORK}
+                        INPUT_FILE /dev/null OUTPUT_VARIABLE text ERROR_VARIABLE text
+                        RESULT_VARIABLE status)
+        string(APPEND output "${text}exit status ${status}\n")
+    endif()
+endforeach()
+string(REPLACE "\r\n" "\n" output "${output}")
+# What differs from run to run and from system to system.
+string(REGEX REPLACE "[^\n]*// (windowsversion|savedate)[^\n]*" "  ... // \\1" output "${output}")
+
+file(WRITE ${WORK}/actual.out "${output}")
+if(DEFINED ENV{QV_ACCEPT})
+    file(WRITE ${here}/${NAME}.out "${output}")
+endif()
+execute_process(COMMAND diff -u ${here}/${NAME}.out ${WORK}/actual.out RESULT_VARIABLE differs)
+if(differs)
+    message(FATAL_ERROR "the output of ${NAME}.qv is not the expected one")
+endif()
