@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "apps/qv/input.h"
 #include "apps/qv/lineedit.h"
 
 LineEditor::LineEditor(Completer, const std::vector<std::string>&) {}

@@ -6,9 +6,9 @@
 
 int main(int argc, char**) {
     int unused = argc;  // earns a warning, which the library must not turn into an error
-    qvApplication application("consumer", "1.0");
-    application.Execute("app.addsubnode(\"projectTB\", \"Example\")");
-    const QVString name = getProjectManager()->getNodes()[1]->getName();
-    std::puts(name.chars());
-    return qverr() ? 1 : 0;
+    qvCommandObject commands;
+    qvAppBase application("consumer", "1.0", commands);
+    if (!commands.Execute("app.addsubnode(\"projectTB\", \"Example\")")) return 1;
+    const QVString name = getProjectManager().FindNode("Example")->getName();
+    std::puts(name.Chars());
 }
