@@ -8,6 +8,7 @@
 class qvEventListener;
 class qvEventSource;
 class qvSubscriptionList;
+struct qvRaise;
 struct qvSubscriptionLink;
 
 /// Objects announce changes by raising numbered events on a source; listeners subscribe to it.
@@ -33,6 +34,7 @@ public:
 private:
     friend class qvEventSource;
     friend class qvSubscriptionList;
+    friend struct qvRaise;
 
     int id_;
     bool delegated_ = false;
@@ -115,7 +117,8 @@ public:
     void RemoveAllSources();
     void RemoveAllSources(int id);
 
-    /// The listener that gets the events which this one delegates; null for none.
+    /// The listener that gets the events which this one delegates; null for none. Delegates that
+    /// form a ring end the program.
     void setDelegate(qvEventListener* delegate);
     qvEventListener* GetDelegate() const { return delegate_.load(std::memory_order_acquire); }
     /// Receives the events when OnEvent is not overridden.
@@ -127,12 +130,19 @@ public:
 private:
     friend class qvEventHandler;
     friend class qvSubscriptionList;
+    friend struct qvRaise;
+
+    void leaveHandler();
+    void endSubscriptions(qvEventSource& source, const int* id);
+    void endSubscriptions(const int* id);
 
     qvSubscriptionLink* links_ = nullptr;
     std::atomic<qvEventListener*> delegate_ = nullptr;
     std::atomic<qvEventHandler*> handler_ = nullptr;
-    // Intrusive lists: who delegates to this one, and who shares its handler.
+    // Linked lists: who delegates to this one, and who shares its handler.
     qvEventListener* delegators_ = nullptr;
     qvEventListener* nextDelegator_ = nullptr;
+    qvEventListener** delegatorSlot_ = nullptr;
     qvEventListener* nextOfHandler_ = nullptr;
+    qvEventListener** handlerSlot_ = nullptr;
 };

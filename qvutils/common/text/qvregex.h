@@ -22,6 +22,8 @@ public:
 
     /// The position of the first match at or after `start`, or -1; `matchLength` gets its length.
     int Search(QVText text, int& matchLength, int start = 0) const;
+    /// The same for the last position at which a match begins.
+    int SearchLast(QVText text, int& matchLength) const;
     /// The length of the longest match that begins at `start`, or -1.
     int Match(QVText text, int start = 0) const;
     /// Does the pattern match everything from `start` to the end?

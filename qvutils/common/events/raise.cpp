@@ -1,0 +1,97 @@
+#include "qvutils/common/events/raise.h"
+
+#include <mutex>
+
+#include "qvutils/common/events/qvevent.h"
+
+namespace {
+
+struct Threads {
+    std::mutex mutex;
+    qvRaisingThread* first = nullptr;
+};
+
+/// Never destroyed: the last threads may outlive the static objects.
+Threads& threads() {
+    static Threads& all = *new Threads;
+    return all;
+}
+
+constinit thread_local qvRaisingThread* thisThread = nullptr;
+
+/// Takes the thread off the register when it ends.
+struct Registration {
+    Registration() {
+        thisThread = new qvRaisingThread;
+        const std::lock_guard lock(threads().mutex);
+        thisThread->next = threads().first;
+        threads().first = thisThread;
+    }
+    ~Registration() {
+        const std::lock_guard lock(threads().mutex);
+        qvRaisingThread** slot = &threads().first;
+        while (*slot != thisThread) slot = &(*slot)->next;
+        *slot = thisThread->next;
+        delete thisThread;
+        thisThread = nullptr;
+    }
+};
+
+[[gnu::noinline]] qvRaisingThread& registerThread() {
+    thread_local Registration registration;
+    return *thisThread;
+}
+
+}  // namespace
+
+qvRaisingThread& qvRaisingThread::current() {
+    return thisThread ? *thisThread : registerThread();
+}
+
+int qvRaisingThread::totalDepth() {
+    const std::lock_guard lock(threads().mutex);
+    int sum = 0;
+    for (const qvRaisingThread* t = threads().first; t; t = t->next)
+        sum += t->depth.load(std::memory_order_relaxed);
+    return sum;
+}
+
+qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
+    : source(&source), event(event), thread(qvRaisingThread::current()), outer(thread.innermost) {
+    thread.innermost = this;
+    // Only this thread writes its count, so the step needs no atomic addition.
+    thread.depth.store(thread.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
+qvRaise::~qvRaise() {
+    thread.innermost = outer;
+    thread.depth.store(thread.depth.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+}
+
+void qvRaise::deliver(qvEventListener& listener, int tag) {
+    called = &listener;
+    do {
+        event.source_ = source;
+        event.delegated_ = false;
+        called->OnEvent(event, tag);
+        if (!event.delegated_) [[likely]]
+            return;
+        called = called ? called->GetDelegate() : nullptr;
+    } while (called && !isOver());
+    event.delegated_ = false;
+}
+
+void qvRaise::sourceDestroyed(const qvEventSource& source) {
+    if (!thisThread) return;
+    for (qvRaise* raise = thisThread->innermost; raise; raise = raise->outer) {
+        if (raise->source != &source) continue;
+        raise->source = nullptr;
+        raise->event.source_ = nullptr;
+    }
+}
+
+void qvRaise::listenerDestroyed(const qvEventListener& listener) {
+    if (!thisThread) return;
+    for (qvRaise* raise = thisThread->innermost; raise; raise = raise->outer)
+        if (raise->called == &listener) raise->called = nullptr;
+}

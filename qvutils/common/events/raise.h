@@ -1,0 +1,38 @@
+#pragma once
+#include <atomic>
+
+class qvEvent;
+class qvEventListener;
+class qvEventSource;
+
+/// The raises under way on one thread.
+struct qvRaisingThread {
+    struct qvRaise* innermost = nullptr;
+    std::atomic<int> depth = 0;
+    qvRaisingThread* next = nullptr;
+
+    static qvRaisingThread& current();
+    static int totalDepth();
+};
+
+/// One raise under way. It learns of the destruction of its source and of the listener that it is
+/// calling, so that the walk touches neither afterwards.
+struct qvRaise {
+    qvRaise(qvEventSource& source, qvEvent& event);
+    ~qvRaise();
+    qvRaise(const qvRaise&) = delete;
+    qvRaise& operator=(const qvRaise&) = delete;
+
+    /// Calls the listener and, while they ask for it, its delegates.
+    void deliver(qvEventListener& listener, int tag);
+    bool isOver() const { return !source; }
+
+    static void sourceDestroyed(const qvEventSource& source);
+    static void listenerDestroyed(const qvEventListener& listener);
+
+    qvEventSource* source;
+    qvEvent& event;
+    qvEventListener* called = nullptr;
+    qvRaisingThread& thread;
+    qvRaise* const outer;
+};

@@ -1,0 +1,196 @@
+#include "qvutils/common/events/subscriptions.h"
+
+#include "qvutils/common/events/raise.h"
+#include "qvutils/common/platform/threads.h"
+
+void qvSubscriptionList::waitForCleaning() const {
+    // Cleaning frees a few records: it never takes long.
+    while (users_.load() & cleaning) qvplatform::yieldThread();
+}
+
+/// Frees the removed records, unless somebody else uses the list: then the last user will do it.
+void qvSubscriptionList::clean() {
+    const qvAutoLock hold(lock_);
+    unsigned onlyMe = 1 | (users_.load() & closed);
+    if (!users_.compare_exchange_strong(onlyMe, onlyMe | cleaning)) return;
+    freeDiscarded();
+    needsCleanup_.store(false, std::memory_order_relaxed);
+    users_.fetch_and(~cleaning);
+}
+
+void qvSubscriptionList::freeDiscarded() {
+    while (qvSubscription* record = discarded_) {
+        discarded_ = record->nextDiscarded;
+        record->discarded = false;
+        if (record->link) continue;  // it was revived
+        takeOut(*record);
+        delete record;
+    }
+}
+
+qvSubscriptionList::~qvSubscriptionList() {
+    for (qvSubscription* record = first_; record;) {
+        qvSubscription* next = record->next;
+        delete record;
+        record = next;
+    }
+}
+
+void qvSubscriptionList::walk(qvEventSource& source, qvEvent& event) const {
+    qvRaise raise(source, event);
+    for (const qvSubscription* record = first_.load(std::memory_order_acquire); record;
+         record = record->next.load(std::memory_order_acquire)) {
+        if (record->id != 0 && record->id != event.getID()) continue;
+        if (record->removed.load(std::memory_order_acquire)) continue;
+        raise.deliver(record->listener, record->tag);
+        if (raise.isOver()) [[unlikely]]
+            return;
+    }
+}
+
+void qvSubscriptionList::subscribe(qvEventListener& listener, int id, int tag) {
+    const qvAutoLock hold(lock_);
+    qvSubscription* record = find(listener, id, tag);
+    if (record && record->link) return;
+    if (!record) record = append(listener, id, tag);
+    activate(*record);
+}
+
+void qvSubscriptionList::unsubscribe(qvEventListener& listener, const int* id) {
+    const qvAutoLock hold(lock_);
+    qvSubscriptionLink* link = findLink(listener);
+    if (!link) return;
+    if (id && index_) {
+        const auto found = index_->byTag.find(Key{&listener, *id});
+        if (found == index_->byTag.end()) return;
+        for (const auto& [tag, record] : found->second)
+            if (record->link) remove(*record);
+    } else {
+        for (qvSubscription *record = link->first, *next; record; record = next) {
+            next = record->nextOfListener;
+            if (!id || record->id == *id) remove(*record);
+        }
+    }
+    if (!link->first) dropLink(*link);
+}
+
+bool qvSubscriptionList::hasSubscriptions() {
+    const qvAutoLock hold(lock_);
+    for (const qvSubscription* record = first_; record; record = record->next)
+        if (record->link) return true;
+    return false;
+}
+
+void qvSubscriptionList::close() {
+    const qvAutoLock hold(lock_);
+    for (qvSubscription* record = first_; record; record = record->next) {
+        qvSubscriptionLink* link = record->link;
+        if (!link) continue;
+        remove(*record);
+        if (!link->first) dropLink(*link);
+    }
+    users_.fetch_or(closed);
+}
+
+qvSubscription* qvSubscriptionList::find(const qvEventListener& listener, int id, int tag) const {
+    if (index_) {
+        const auto tags = index_->byTag.find(Key{&listener, id});
+        if (tags == index_->byTag.end()) return nullptr;
+        const auto found = tags->second.find(tag);
+        return found == tags->second.end() ? nullptr : found->second;
+    }
+    for (qvSubscription* record = first_; record; record = record->next)
+        if (&record->listener == &listener && record->id == id && record->tag == tag) return record;
+    return nullptr;
+}
+
+qvSubscriptionLink* qvSubscriptionList::findLink(const qvEventListener& listener) const {
+    if (index_) {
+        const auto found = index_->links.find(&listener);
+        return found == index_->links.end() ? nullptr : found->second;
+    }
+    for (const qvSubscription* record = first_; record; record = record->next)
+        if (record->link && &record->listener == &listener) return record->link;
+    return nullptr;
+}
+
+/// The new record is removed, so that no walk meets it before it is complete.
+qvSubscription* qvSubscriptionList::append(qvEventListener& listener, int id, int tag) {
+    auto* record = new qvSubscription(listener, id, tag);
+    record->prev = last_;
+    (last_ ? last_->next : first_).store(record, std::memory_order_release);
+    last_ = record;
+    if (index_)
+        index_->byTag[Key{&listener, id}].emplace(tag, record);
+    else if (++count_ > longList)
+        buildIndex();
+    return record;
+}
+
+void qvSubscriptionList::buildIndex() {
+    index_ = std::make_unique<Index>();
+    for (qvSubscription* record = first_; record; record = record->next) {
+        index_->byTag[Key{&record->listener, record->id}].emplace(record->tag, record);
+        if (record->link) index_->links.emplace(&record->listener, record->link);
+    }
+}
+
+/// Enters the record among its listener's, and only then lets the walks see it.
+void qvSubscriptionList::activate(qvSubscription& record) {
+    qvSubscriptionLink* link = findLink(record.listener);
+    if (!link) link = addLink(record.listener);
+    record.link = link;
+    record.prevOfListener = nullptr;
+    record.nextOfListener = link->first;
+    if (link->first) link->first->prevOfListener = &record;
+    link->first = &record;
+    record.removed.store(false, std::memory_order_release);
+}
+
+void qvSubscriptionList::remove(qvSubscription& record) {
+    record.removed.store(true, std::memory_order_release);
+    qvSubscription *next = record.nextOfListener, *prev = record.prevOfListener;
+    (prev ? prev->nextOfListener : record.link->first) = next;
+    if (next) next->prevOfListener = prev;
+    record.link = nullptr;
+    if (record.discarded) return;
+    record.discarded = true;
+    record.nextDiscarded = discarded_;
+    discarded_ = &record;
+    needsCleanup_.store(true, std::memory_order_relaxed);
+}
+
+/// Takes a record out of the list for good.
+void qvSubscriptionList::takeOut(qvSubscription& record) {
+    qvSubscription *next = record.next, *prev = record.prev;
+    (prev ? prev->next : first_).store(next, std::memory_order_relaxed);
+    (next ? next->prev : last_) = prev;
+    if (!index_) {
+        --count_;
+        return;
+    }
+    const auto tags = index_->byTag.find(Key{&record.listener, record.id});
+    tags->second.erase(record.tag);
+    if (tags->second.empty()) index_->byTag.erase(tags);
+}
+
+qvSubscriptionLink* qvSubscriptionList::addLink(qvEventListener& listener) {
+    auto* link = new qvSubscriptionLink{*this, listener};
+    if (index_) index_->links.emplace(&listener, link);
+    const qvAutoLock hold(listener.lock_);
+    link->next = listener.links_;
+    if (link->next) link->next->prev = link;
+    listener.links_ = link;
+    return link;
+}
+
+/// The listener has no subscription left here.
+void qvSubscriptionList::dropLink(qvSubscriptionLink& link) {
+    if (index_) index_->links.erase(&link.listener);
+    {
+        const qvAutoLock hold(link.listener.lock_);
+        (link.prev ? link.prev->next : link.listener.links_) = link.next;
+        if (link.next) link.next->prev = link.prev;
+    }
+    delete &link;
+}

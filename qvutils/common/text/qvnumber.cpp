@@ -1,0 +1,364 @@
+#include "qvutils/common/text/qvnumber.h"
+
+#include <charconv>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+namespace {
+
+constexpr int largestExponent = 308;
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+template <class... Args>
+char* write(char* buffer, Args... args) {
+    return std::to_chars(buffer, buffer + qvNumberTextSize, args...).ptr;
+}
+
+QVString toText(double value, int precision) {
+    char buffer[qvNumberTextSize];
+    return QVString(buffer, static_cast<int>(qvFormatG(buffer, value, precision) - buffer));
+}
+
+QVString toText(const std::complex<double>& value, int precision, const char* separator) {
+    char buffer[2 * qvNumberTextSize];
+    char* end = buffer;
+    *end++ = '(';
+    end = qvFormatG(end, value.real(), precision);
+    while (*separator) *end++ = *separator++;
+    end = qvFormatG(end, value.imag(), precision);
+    *end++ = ')';
+    return QVString(buffer, static_cast<int>(end - buffer));
+}
+
+/// The scanner's states, in the order in which a text can pass through them.
+enum State { start, sign, integer, fraction, exponent, exponentDigits, trailing };
+
+/// Decides whether the text is a number, and finds the part that std::from_chars shall read: from
+/// the sign or first digit on. The states are loose: "1e" is 1 and "- " is -0.
+class NumberScanner {
+public:
+    bool scan(std::string_view text) {
+        for (const char *c = text.data(), *end = c + text.size(); c != end; ++c)
+            if (!step(c)) return false;
+        return state_ > sign && (exponentIsNegative_ || exponent_ <= largestExponent);
+    }
+    const char* begin() const { return begin_; }
+    bool isNegative() const { return isNegative_; }
+    bool hasDigits() const { return hasDigits_; }
+
+private:
+    bool step(const char* c) {
+        switch (*c) {
+            case ' ':
+                if (state_ != start) state_ = trailing;
+                return true;
+            case '+':
+                if (state_ != start && state_ != exponent) return false;
+                state_ = state_ == start ? sign : exponentDigits;
+                return true;
+            case '-':
+                return minus(c);
+            case '.':
+                if (state_ > integer) return false;
+                state_ = fraction;
+                note(c);
+                return true;
+            case 'e':
+            case 'E':
+                if (state_ != integer && state_ != fraction) return false;
+                state_ = exponent;
+                return true;
+            default:
+                return isDigit(*c) && digit(c);
+        }
+    }
+
+    bool minus(const char* c) {
+        if (state_ == start) {
+            isNegative_ = true;
+            state_ = sign;
+            note(c);
+            return true;
+        }
+        if (state_ != exponent) return false;
+        exponentIsNegative_ = true;
+        state_ = exponentDigits;
+        return true;
+    }
+
+    bool digit(const char* c) {
+        if (state_ == trailing) return false;
+        if (state_ < fraction) state_ = integer;
+        if (state_ <= fraction) {
+            hasDigits_ = true;
+            note(c);
+            return true;
+        }
+        state_ = exponentDigits;
+        if (exponent_ <= largestExponent) exponent_ = exponent_ * 10 + (*c - '0');
+        return true;
+    }
+
+    void note(const char* c) {
+        if (!begin_) begin_ = c;
+    }
+
+    State state_ = start;
+    bool isNegative_ = false;
+    bool exponentIsNegative_ = false;
+    bool hasDigits_ = false;
+    int exponent_ = 0;
+    const char* begin_ = nullptr;
+};
+
+/// The conversion of a text whose value lies outside the range of double: too small a value is 0,
+/// too large a one is none. The text has a digit other than 0.
+bool isTiny(const char* c, const char* end) {
+    long long position = 0;  // of the first digit other than 0, counted from the point
+    bool seen = false, afterPoint = false;
+    for (; c != end && (isDigit(*c) || *c == '.' || *c == '-'); ++c) {
+        if (*c == '-') continue;
+        if (*c == '.') {
+            afterPoint = true;
+            continue;
+        }
+        seen = seen || *c != '0';
+        if (seen && !afterPoint) ++position;
+        if (!seen && afterPoint) --position;
+    }
+    // An exponent of many digits can only be negative here.
+    if (c == end || (*c != 'e' && *c != 'E')) return position < 0;
+    ++c;
+    if (c != end && *c == '+') ++c;
+    long long power = 0;
+    const bool fits = std::from_chars(c, end, power).ec != std::errc::result_out_of_range;
+    return !fits || power + position < 0;
+}
+
+/// The text between the blanks, for the readers of the beginning of a text.
+struct Head {
+    explicit Head(QVText text) : begin(text.data()), end(begin + text.view().size()) {
+        while (begin != end && std::strchr(" \t\n\v\f\r", *begin) && *begin) ++begin;
+        isNegative = begin != end && *begin == '-';
+        if (begin != end && (*begin == '+' || *begin == '-')) ++begin;
+    }
+    const char* begin;
+    const char* end;
+    bool isNegative;
+};
+
+template <class T>
+T readInteger(QVText text, int base, int& failed) {
+    Head head(text);
+    if (base == 16 && head.end - head.begin > 2 && head.begin[0] == '0' &&
+        (head.begin[1] == 'x' || head.begin[1] == 'X') &&
+        std::isxdigit(static_cast<unsigned char>(head.begin[2])))
+        head.begin += 2;
+    using Unsigned = std::make_unsigned_t<T>;
+    Unsigned magnitude = 0;
+    if (head.begin != head.end && *head.begin == '-') head.begin = head.end;
+    const auto result = std::from_chars(head.begin, head.end, magnitude, base);
+    failed = result.ec == std::errc::invalid_argument;
+    const Unsigned limit = static_cast<Unsigned>(std::numeric_limits<T>::max()) + head.isNegative;
+    if (result.ec == std::errc::result_out_of_range || magnitude > limit) magnitude = limit;
+    return static_cast<T>(head.isNegative ? 0 - magnitude : magnitude);
+}
+
+}  // namespace
+
+char* qvFormatG(char* buffer, double value, int precision) {
+    return write(buffer, value, std::chars_format::general, precision);
+}
+
+char* qvFormatInteger(char* buffer, long long value) {
+    return write(buffer, value);
+}
+
+int qvRoundDoubleToNearestInt(double value) {
+    return static_cast<int>(std::lround(value));
+}
+
+QVString qvIntegerToText(long long value) {
+    char buffer[qvNumberTextSize];
+    return QVString(buffer, static_cast<int>(write(buffer, value) - buffer));
+}
+
+template <class T>
+QVString qvNumberToString(const T& value) {
+    if constexpr (std::is_integral_v<T>)
+        return qvIntegerToText(value);
+    else if constexpr (std::is_floating_point_v<T>)
+        return toText(value, 8);
+    else
+        return toText(value, 8, ", ");
+}
+
+template <class T>
+QVString qvWriteNumber(const T& value) {
+    if constexpr (std::is_same_v<T, double>)
+        return toText(value, 10);
+    else if constexpr (std::is_same_v<T, std::complex<double>>)
+        return toText(value, 10, ", ");
+    else
+        return qvNumberToString(value);
+}
+
+template QVString qvNumberToString<int>(const int&);
+template QVString qvNumberToString<long>(const long&);
+template QVString qvNumberToString<float>(const float&);
+template QVString qvNumberToString<double>(const double&);
+template QVString qvNumberToString<std::complex<double>>(const std::complex<double>&);
+template QVString qvWriteNumber<int>(const int&);
+template QVString qvWriteNumber<long>(const long&);
+template QVString qvWriteNumber<float>(const float&);
+template QVString qvWriteNumber<double>(const double&);
+template QVString qvWriteNumber<std::complex<double>>(const std::complex<double>&);
+
+QVString numtoA(float value) {
+    return toText(value, 6);
+}
+QVString numtoA(double value) {
+    return toText(value, 16);
+}
+QVString numtoA(const std::complex<double>& value) {
+    return toText(value, 16, ",");
+}
+
+QVString hexnumtoA(int value) {
+    char buffer[qvNumberTextSize];
+    return QVString(buffer,
+                    static_cast<int>(write(buffer, static_cast<unsigned>(value), 16) - buffer));
+}
+
+QVString hexnumtoA(long value) {
+    char buffer[qvNumberTextSize];
+    char* end = write(buffer, static_cast<unsigned long>(value), 16);
+    return QVString(buffer, static_cast<int>(end - buffer));
+}
+
+template <>
+bool qvStringToNumber<double>(QVText text, double& value) {
+    NumberScanner scanner;
+    if (!scanner.scan(text.view())) return false;
+    double result = 0;
+    if (scanner.hasDigits()) {
+        const char* end = text.data() + text.view().size();
+        const auto error = std::from_chars(scanner.begin(), end, result).ec;
+        if (error == std::errc::result_out_of_range) {
+            if (!isTiny(scanner.begin(), end)) return false;
+            result = scanner.isNegative() ? -0.0 : 0.0;
+        }
+    } else if (scanner.isNegative()) {
+        result = -0.0;
+    }
+    value = result;
+    return true;
+}
+
+template <>
+bool qvStringToNumber<float>(QVText text, float& value) {
+    double wide;
+    if (!qvStringToNumber(text, wide)) return false;
+    if (std::fabs(wide) > std::numeric_limits<float>::max() && std::isinf(static_cast<float>(wide)))
+        return false;
+    value = static_cast<float>(wide);
+    return true;
+}
+
+template <>
+bool qvStringToNumber<int>(QVText text, int& value) {
+    double wide;
+    if (!qvStringToNumber(text, wide) || std::fabs(wide) > INT_MAX) return false;
+    value = qvRoundDoubleToNearestInt(wide);
+    return true;
+}
+
+template <>
+bool qvStringToNumber<std::complex<double>>(QVText text, std::complex<double>& value) {
+    double re = 0, im = 0;
+    if (qvStringToNumber(text, re)) {
+        value = re;
+        return true;
+    }
+    const std::string_view all = text.view();
+    const std::size_t open = all.find_first_not_of(' ');
+    if (open == all.npos || all[open] != '(') return false;
+    const std::size_t comma = all.find(',', open);
+    if (comma == all.npos) return false;
+    const std::size_t close = all.find(')', comma);
+    if (close == all.npos || all.find_first_not_of(' ', close + 1) != all.npos) return false;
+    if (!qvStringToNumber(QVText(all.substr(open + 1, comma - open - 1)), re) ||
+        !qvStringToNumber(QVText(all.substr(comma + 1, close - comma - 1)), im))
+        return false;
+    value = {re, im};
+    return true;
+}
+
+template <>
+void qvComplexToNumber<std::complex<double>>(const std::complex<double>& number,
+                                             std::complex<double>& value) {
+    value = number;
+}
+
+template <>
+void qvComplexToNumber<double>(const std::complex<double>& number, double& value) {
+    value = number.real();
+}
+
+template <>
+void qvComplexToNumber<float>(const std::complex<double>& number, float& value) {
+    value = static_cast<float>(number.real());
+}
+
+template <>
+void qvComplexToNumber<int>(const std::complex<double>& number, int& value) {
+    const double re = number.real();
+    if (re < -INT_MAX)
+        value = -INT_MAX;
+    else if (re > INT_MAX)
+        value = INT_MAX;
+    else
+        value = re == re ? qvRoundDoubleToNearestInt(re) : 0;
+}
+
+int atoI(QVText text, int& failed) {
+    return readInteger<int>(text, 10, failed);
+}
+long atoL(QVText text, int& failed) {
+    return readInteger<long>(text, 10, failed);
+}
+
+/// What hexnumtoA writes for a negative number is read as that number.
+int hexatoI(QVText text, int& failed) {
+    const long long value = readInteger<long long>(text, 16, failed);
+    failed = 0;
+    return static_cast<int>(value);
+}
+
+long hexatoL(QVText text, int& failed) {
+    const long value = readInteger<long>(text, 16, failed);
+    failed = 0;
+    return value;
+}
+
+double atoD(QVText text, int& failed) {
+    const Head head(text);
+    double value = 0;
+    const auto result = std::from_chars(head.begin, head.end, value);
+    failed =
+        result.ec == std::errc::invalid_argument || (head.begin != head.end && *head.begin == '-');
+    if (failed) return 0;
+    if (result.ec == std::errc::result_out_of_range)
+        value = isTiny(head.begin, result.ptr) ? 0 : HUGE_VAL;
+    return head.isNegative ? -value : value;
+}
+
+float atoF(QVText text, int& failed) {
+    return static_cast<float>(atoD(text, failed));
+}
