@@ -17,7 +17,7 @@ struct AppTest : testing::Test {
     std::string valueOf(const char* path) {
         QVString text;
         const QVCommandElt element = commands.getPublishedElt(path);
-        EXPECT_TRUE(element.getText(text)) << path << ": " << qverr().chars();
+        EXPECT_TRUE(element.getValueText(text)) << path << ": " << qverr().chars();
         return text.Chars();
     }
 };
@@ -36,8 +36,8 @@ TEST_F(AppTest, publishes_everything_of_the_project_manager_and_its_own) {
     application.getChildList(own);
     List<QVCommandElt> managers;
     getProjectManager().getChildList(managers);
-    EXPECT_EQ(own.length(), managers.length() + 2);
-    for (int i = 1; i <= managers.length(); ++i) {
+    EXPECT_EQ(own.size(), managers.size() + 2);
+    for (int i = 1; i <= managers.size(); ++i) {
         EXPECT_FALSE(application.getPublishedElt(managers[i].getName()).IsNull());
     }
     EXPECT_STREQ(application.getPublishedElt("setwdir").getDescription(),
@@ -64,7 +64,7 @@ TEST_F(AppTest, is_what_the_project_tree_asks_for_its_services) {
     EXPECT_EQ(services.versionAndLicence(), "7.3 0");
     EXPECT_EQ(services.commandObject(), &commands);
     EXPECT_FALSE(services.askUser("sure?"));
-    EXPECT_FALSE(SFHandler::getCacheDir().IsEmpty());
+    EXPECT_STRNE(SFHandler::getCacheDir().Chars(), "");
 }
 
 TEST(AppLife, projects_and_names_end_with_the_application) {
