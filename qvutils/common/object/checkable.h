@@ -14,6 +14,10 @@ public:
     bool IsOutOfDate();
     /// Adds this object's own definition, without its children.
     virtual void OnCheckSum(CheckSum&) {}
+
+protected:
+    /// Updates what is beneath this object, then the object; returns the sum of its definition.
+    virtual CheckSum updated(const char* className);
 };
 
 /// A Checkable with results that depend on its definition and on its children's.
@@ -22,7 +26,8 @@ public:
     QV_CLASS_INFO(Updatable)
 
     QVObject* Clone() const override { return new Updatable(*this); }
-    /// The state file of an Updatable begins with the check sum of its results.
+    /// The state holds the check sum before the body, so that loaded results count as up to date
+    /// when the definition is still the same.
     bool LoadState() override;
     bool SaveState() override;
     /// Resets, and forgets that the results were ever up to date.
@@ -39,6 +44,9 @@ public:
     /// The sum of the definition for which the results were computed.
     const CheckSum& GetCheckSum() const { return checkSum_; }
     void SetCheckSum(const CheckSum& checkSum);
+
+protected:
+    CheckSum updated(const char* className) override;
 
 private:
     CheckSum checkSum_;

@@ -1,4 +1,6 @@
 #pragma once
+#include <string_view>
+
 #include "qvutils/common/platform/qvexport.h"
 
 class QVObject;
@@ -22,10 +24,10 @@ public:
 
     /// Whether this class is `other` or descends from it through either base.
     bool IsKindOf(const qvClassInfo* other) const;
-    bool IsKindOf(const char* className) const;
+    bool IsKindOf(std::string_view className) const;
     /// The same along the first bases only.
     bool IsMainType(const qvClassInfo* other) const;
-    bool IsMainType(const char* className) const;
+    bool IsMainType(std::string_view className) const;
 
     /// A new object, owned by the caller; null when the class has no factory.
     QVObject* CreateObject() const { return constructor_ ? constructor_() : nullptr; }

@@ -2,7 +2,6 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
-#include <string_view>
 
 #include "qvutils/common/object/qvclassinfo.h"
 #include "qvutils/common/object/qvelementkinds.h"
@@ -19,13 +18,11 @@ class QVObject;
 class QVCORE_API QVCommandElt : public PublishContainer {
 public:
     QVCommandElt() = default;
-    QVCommandElt(const QVCommandElt& other);
-    QVCommandElt& operator=(const QVCommandElt& other);
-    ~QVCommandElt() override { unalloc(); }
 
     /// `ptr` points to the value, to the QVObject for kind 10, to a QVCommandFNClass for kind 15,
     /// and to a PublishContainer for a list or matrix (`ndims` 1 or 2). With `isCopy` the value is
-    /// copied and the element owns the copy; otherwise only small containers and functions are.
+    /// copied and the element owns the copy. Containers and methods that can be copied into the
+    /// element are; others must last as long as the element is used.
     void Init(void* ptr, int kind, bool readOnly, bool isCopy, int ndims, QVObject* parent,
               void* = nullptr, void* = nullptr);
     /// The same for a value that the element shall own; kind 10 when T is a QVObject.
@@ -38,17 +35,23 @@ public:
     /// The size of a character array (kind 8), its terminator included.
     void setCapacity(int capacity) { capacity_ = capacity; }
 
+    /// Keeps what `owner` owns alive while this element, which refers to a part of it, is in use.
+    void keepAlive(const QVCommandElt& owner);
+
     int getNdims() const override { return ndims_; }
-    bool GetPtrArray(Array2d<void*>& entries, int& kind, int i, int j, int nIndices) override;
     Range getRange(int dimension) const override;
     int getEntryKind() const override { return kind_; }
     const qvClassInfo* getEntryClass() const override;
     void* getEntry(int i, int j) const override;
     /// The list or matrix entry as a scalar element. The index is in range.
     QVCommandElt entryElt(int i, int j) const;
+    /// The entry's value as text; false for a kind without a text form.
+    bool getEntryText(int i, int j, QVString& text) const;
 
     const char* getName() const { return name_; }
-    const char* getDescription() const;
+    const char* getDescription() const {
+        return computedDescription_.Empty() ? description_ : computedDescription_.Chars();
+    }
     const char* getFurtherText(int i) const { return texts_[i]; }  ///< i from 0 to 2
     int getKind() const { return kind_; }
     /// The printed type name: "FLOAT", "LIST<qvProjectNode>", "FUNCTION", ...
@@ -60,12 +63,13 @@ public:
     /// The object that a kind-10 element refers to, else null.
     QVObject* getObject() const;
     /// Pointers to all values; see PublishContainer::GetPtrArray.
-    Array2d<void*> getArray() const;
+    Array2d<void*> getArray();
     /// Whether there is a value: a list or matrix with entries, or a scalar with storage.
     bool alloced() const;
-    bool IsNull() const { return ptr_ == nullptr; }
+    /// Whether nothing stands behind this element.
+    bool IsNull() const { return !ptr_ && !held_.get(); }
     bool IsReadOnly() const { return readOnly_; }
-    bool IsCopy() const { return owned_ != nullptr; }
+    bool IsCopy() const { return isCopy_; }
     bool IsFunction() const { return kind_ == qvKindMethod; }
     bool IsKindOf(int kind) const { return kind_ == kind; }
     /// Whether this refers to an object of that class.
@@ -76,6 +80,10 @@ public:
     bool SetVal(double value);
     bool SetVal(const std::complex<double>& value);
     bool SetVal(const char* text);
+    /// SetVal from the text of an assignment, which a flag (a number, not 0 for true) and a
+    /// character (one character) take too; posts "could not set \"%s\" to \"%s\"\n" with `path`
+    /// when that fails.
+    void Assign(const char* text, const char* path);
     /// The value as text; false for a kind without a text form.
     bool getValueText(QVString& text) const;
 
@@ -91,16 +99,16 @@ public:
     std::size_t getMemSize() const;
 
 private:
-    void unalloc();
-    qvValueSlot slot() const { return {ptr_, capacity_, parent_}; }
+    void unalloc() { *this = QVCommandElt(); }
     const PublishContainer* container() const {
-        return static_cast<const PublishContainer*>(ptr_);
+        return held_.get() ? held_.get() : static_cast<const PublishContainer*>(ptr_);
     }
-    bool holdsContainer() const { return ndims_ > 0 || kind_ == qvKindMethod; }
+    qvValueSlot slot(void* value) const { return {value, capacity_, parent_}; }
 
-    void* ptr_ = nullptr;  ///< the value, or a PublishContainer: perhaps the one in inline_
+    void* ptr_ = nullptr;  ///< the value, or a PublishContainer that is not held
+    qvHeldContainer held_;
     QVObject* parent_ = nullptr;
-    std::shared_ptr<void> owned_;
+    std::shared_ptr<void> owned_;  ///< the value, or what it is a part of
     const char* name_ = "";
     const char* description_ = "";
     const char* texts_[3] = {"", "", ""};
@@ -109,8 +117,7 @@ private:
     short kind_ = 0;
     signed char ndims_ = 0;
     bool readOnly_ = false;
-    bool inlined_ = false;
-    alignas(void*) unsigned char inline_[4 * sizeof(void*)];
+    bool isCopy_ = false;
 };
 
 /// An element that refers to an object.

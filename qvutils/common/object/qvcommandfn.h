@@ -1,7 +1,6 @@
 #pragma once
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -84,7 +83,7 @@ void qvSetResult(QVCommandElt& result, T&& value) {
             result.Init(static_cast<QVObject*>(value), qvKindObject, false, false, 0, nullptr);
     } else if constexpr (std::is_same_v<V, const char*> || std::is_same_v<V, char*>) {
         result.InitOwned(std::make_shared<QVString>(value), qvKindString);
-    } else if constexpr (std::is_same_v<V, long> || std::is_same_v<V, unsigned>) {
+    } else if constexpr (std::is_integral_v<V> && qvKindOf<V>() == qvKindNone) {
         qvSetResult(result, static_cast<int>(value));
     } else if constexpr (qvKindOf<V>() != qvKindNone) {
         result.InitOwned(std::make_shared<V>(std::forward<T>(value)), qvKindOf<V>());

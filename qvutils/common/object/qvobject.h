@@ -1,6 +1,7 @@
 #pragma once
-#include <cstdint>
 #include <cstdio>
+#include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "qvutils/common/containers/array1d.h"
@@ -96,6 +97,21 @@ public:
     void setSFHandle(SFHandler& handler, const char* name);
     SFHandler* getSFHandle() const { return sfHandler_; }
     void DeleteSFHandle();
+
+    /// Calls `visit(QVObject&)` for each sub-object that this one declares. An object that turns up
+    /// beneath itself is a code error, and is not entered again.
+    template <class Visit>
+    void forEachDeclared(Visit visit) {
+        struct Walk final : DepTreeEvent {
+            explicit Walk(Visit& v) : visit(v) {}
+            void appendEvent(QVObject& child) override { visit(child); }
+            Visit& visit;
+        };
+        if (!beginWalk()) return;
+        Walk walk(visit);
+        OnDeclareChildren(walk);
+        walking_ = false;
+    }
 
     bool IsModified() const { return modified_; }
     void SetModified(bool modified = true) { modified_ = modified; }
@@ -196,8 +212,12 @@ protected:
 
     /// All that another object publishes, as if it were published here; its methods run on it.
     void PublishAll(QVObject& other) {
-        if (request_) other.runRequest(*request_);
+        if (request_) other.publishInto(*request_);
     }
+
+    /// SaveState and LoadState with `size` bytes between the header and the body.
+    bool writeState(const void* preamble, std::size_t size);
+    bool readState(void* preamble, std::size_t size);
 
 private:
     friend class qvObjectWatcher;
@@ -209,8 +229,8 @@ private:
     void publishValue(const char* name, void* var, int kind, const char* description, bool readOnly,
                       int capacity);
     void publishObject(const char* name, QVObject& child, const char* description, bool readOnly);
-    void publishContainer(const char* name, PublishContainer& container, int kind, int ndims,
-                          const char* description, bool readOnly);
+    QVCommandElt& publishContainer(const char* name, PublishContainer& container, int kind,
+                                   int ndims, const char* description, bool readOnly);
     template <class Method, class Help>
     void publishMethod(Method&& method, const char* name, const Help& help) {
         if constexpr (std::is_same_v<Help, QVString>) {
@@ -226,10 +246,11 @@ private:
     }
     void takeMethod(const char* name, QVCommandFNClass& method, const char* help,
                     const QVString* computedHelp);
-    void runRequest(qvPublishRequest& request);
+    void publishInto(qvPublishRequest& request);
     QVString objectType(const QVCommandArgList& args);
     void sendMessage1(int mode, const char* receiver, QVMessage& message);
-    bool stateFileName(std::string& path);
+    bool beginWalk();
+    bool stateFilePath(bool toWrite, std::string& path);
 
     SFHandler* sfHandler_ = nullptr;
     QVString sfName_;
@@ -237,6 +258,7 @@ private:
     qvPublishRequest* request_ = nullptr;  ///< while OnPublish runs
     int objectVersion_ = 0;
     bool modified_ = false;
+    bool walking_ = false;  ///< while the declared sub-objects are visited
     bool watched_ = false;  ///< some qvObjectWatcher wants to know when this object dies
 };
 

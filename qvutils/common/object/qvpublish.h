@@ -1,5 +1,7 @@
 #pragma once
+#include <cstddef>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "qvutils/common/containers/array2d.h"
@@ -46,11 +48,44 @@ protected:
     }
 };
 
+/// A container kept by value, copied with its holder; or none.
+class qvHeldContainer {
+public:
+    qvHeldContainer() = default;
+    qvHeldContainer(const qvHeldContainer& other) {
+        if (other.container_) take(*other.container_);
+    }
+    qvHeldContainer& operator=(const qvHeldContainer& other) {
+        if (this == &other) return *this;
+        clear();
+        if (other.container_) take(*other.container_);
+        return *this;
+    }
+    ~qvHeldContainer() { clear(); }
+
+    /// Holds a copy; false, holding nothing, when the container cannot be copied here.
+    bool take(const PublishContainer& container) {
+        clear();
+        container_ = container.copyTo(storage_, sizeof storage_);
+        return container_ != nullptr;
+    }
+    PublishContainer* get() const { return container_; }
+
+private:
+    void clear() {
+        if (container_) container_->~PublishContainer();
+        container_ = nullptr;
+    }
+
+    PublishContainer* container_ = nullptr;
+    alignas(void*) unsigned char storage_[4 * sizeof(void*)];
+};
+
 /// A walk over what an object publishes: either a search for one name, in which every other name
 /// costs a comparison, or the collection of all.
 class qvPublishRequest {
 public:
-    /// Searches for a name; the element found goes to `result`.
+    /// Searches for a name; the element found goes to `result`, which is empty before.
     qvPublishRequest(std::string_view name, bool withTexts, QVCommandElt& result)
         : wanted_(name), withTexts_(withTexts), result_(&result) {}
     /// Collects everything that is published.
@@ -64,7 +99,8 @@ public:
     /// Whether help texts that must be computed are asked for.
     bool wantsTexts() const { return withTexts_; }
     bool found() const { return found_; }
-    QVCORE_API void take(QVCommandElt&& element);
+    /// The empty element to be filled with what is published under a name that is wanted.
+    QVCORE_API QVCommandElt& place();
 
 private:
     std::string_view wanted_;
