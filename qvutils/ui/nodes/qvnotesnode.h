@@ -6,14 +6,13 @@
 /// A node that holds free text. In its block each line of the text stands after a ">".
 class QVCORE_API qvNotesNode : public qvProjectNode {
 public:
-    static qvClassInfo cinfo_qvNotesNode;
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvNotesNode; }
+    QV_CLASS_INFO(qvNotesNode)
 
-    const qvClassInfo* getClassInfo() const override { return &cinfo_qvNotesNode; }
     void OnPublish() override;
+    bool PreloadVariables(TextBlock&) override { return true; }
     /// A line without ">" is taken as text too; blank lines and comment lines are not part of it.
     bool ReadTB(TextBlock& block) override;
-    bool WriteTB(TextBlock& block) override;
+    bool WriteTB(TextBlock& block) const override;
 
     const QVString& getText() const { return text_; }
     void setText(const QVString& text);

@@ -5,6 +5,7 @@
 
 #include "qvutils/common/containers/list.h"
 #include "qvutils/common/platform/qvexport.h"
+#include "qvutils/common/text/qvstring.h"
 
 class qvProjectNode;
 
@@ -18,23 +19,23 @@ public:
 
     void append(qvProjectNode* child);
     void erase(qvProjectNode* child);
-    void clear();
-    /// Empties the list and returns what was in it.
-    List<qvProjectNode*> release();
+    /// Puts other children in their place, in this order; returns those that were here.
+    List<qvProjectNode*> exchange(List<qvProjectNode*> others);
 
     /// The first child of that name; null when there is none.
     qvProjectNode* find(std::string_view name) const;
     /// The position of a child; 0 when it is not here.
     int positionOf(const qvProjectNode* child) const;
 
-    /// To be called around a change of a child's name.
-    void beforeRename(qvProjectNode* child);
-    void afterRename(qvProjectNode* child);
+    /// Changes the name of a child.
+    void rename(qvProjectNode* child, const QVString& name);
 
 private:
     /// Keys view the names in the nodes. Equal names are possible when a program sets them without
     /// asking, so it is a multimap.
     using NameIndex = std::unordered_multimap<std::string_view, qvProjectNode*>;
+
+    static constexpr int fewChildren = 8;
 
     void buildIndex();
     NameIndex::iterator entryOf(const qvProjectNode* child);
@@ -42,6 +43,5 @@ private:
     List<qvProjectNode*> list_;
     /// Null while there are few children.
     std::unique_ptr<NameIndex> by_name_;
-    NameIndex::node_type renamed_;
     unsigned next_order_ = 1;
 };

@@ -12,8 +12,10 @@
 /// One registered type of project node.
 struct QVCORE_API qvProjectNodeInfo {
     static constexpr int maxChildren = 20;
+    /// A flag: blocks of this type neither define variables nor hold child blocks, so the first of
+    /// the two reading passes steps over them.
+    static constexpr int plainText = 1;
 
-    /// How many entries `allowedChildren` may have, its closing null not counted.
     const qvClassInfo* classInfo = nullptr;
     /// The classes of the nodes that this type may contain: null-terminated, at most maxChildren;
     /// null for none.
@@ -77,7 +79,7 @@ public:
     qvProjectNodeInfoClass(const qvProjectNodeInfoClass&) = delete;
     qvProjectNodeInfoClass& operator=(const qvProjectNodeInfoClass&) = delete;
 
-    /// Hands each record that the manager's table does not have yet to it. False when one was
+    /// Hands each record that was not handed over before to the manager's table. False when one was
     /// refused.
     static bool Register();
 
@@ -88,5 +90,6 @@ public:
 
 private:
     qvProjectNodeInfo record_;
+    bool tried_ = false;
     bool registered_ = false;
 };

@@ -1,25 +1,23 @@
 #pragma once
-#include <memory>
+#include <string>
+#include <utility>
 
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/statefiles/sfhandler.h"
+#include "qvutils/ui/project/qvprojectfile.h"
 #include "qvutils/ui/project/qvprojnode.h"
 
 /// A node kept in a file of its own: the text of its tree, and beside it the state file with the
 /// side files of its nodes.
 class QVCORE_API qvProject : public qvProjectNode {
 public:
-    static qvClassInfo cinfo_qvProject;
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvProject; }
+    QV_CLASS_INFO(qvProject)
 
-    qvProject();
-    ~qvProject() override;
-
-    const qvClassInfo* getClassInfo() const override { return &cinfo_qvProject; }
     void OnPublish() override;
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
     bool CanEnSave() override;
-    /// The children and what stands between them.
     bool ReadTB(TextBlock& block) override;
-    bool WriteTB(TextBlock& block) override;
+    bool WriteTB(TextBlock& block) const override;
 
     /// The file dialog's filter for this type, and its extension.
     virtual QVString getWildcard() const;
@@ -37,24 +35,26 @@ public:
     /// Clearing is for the project itself; a change of any node below sets it.
     void setDirty(bool dirty) { dirty_ = dirty; }
 
-    /// The text of the file about to be loaded, when it has been read already.
-    void giveText(std::unique_ptr<FBuff> text) { text_ = std::move(text); }
+    /// What the file about to be loaded holds, when it has been read already.
+    void giveFile(qvProjectFile file) { file_ = std::move(file); }
 
 private:
     friend class qvProjectNode;
 
-    bool readProjectText(FBuff& text);
-    bool writeProjectText(FBuff& text);
-    void loadStateFile();
+    enum class StateKind { none, empty, records };
+
+    bool writeFiles(const std::string& path);
+    bool writeProject(qvplatform::SafeFile& file, const std::string& path) const;
+    bool writeState(qvplatform::SafeFile& file, const std::string& path, StateKind& kind);
+    void loadState();
 
     QVString filename_;
     bool dirty_ = false;
     bool locked_ = false;
-    std::unique_ptr<FBuff> text_;
-    // Comments of the user before the header block, between it and the project, and after that.
-    QVString before_header_;
-    QVString before_project_;
-    QVString after_project_;
+    /// What stands around the project's block in its file, and until it is loaded, the block.
+    qvProjectFile file_;
+    /// Records of the state file that belong to nodes of unknown types.
+    StrayRecords strays_;
 };
 
 /// Registers the block type "projectTB" (1.0), displayed as "Project", in files *.prj.

@@ -9,10 +9,8 @@
 /// the clipboard, and it is where the events of the tree are raised.
 class QVCORE_API qvProjectManager : public qvProjectNode {
 public:
-    static qvClassInfo cinfo_qvProjectManager;
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvProjectManager; }
+    QV_CLASS_INFO(qvProjectManager)
 
-    const qvClassInfo* getClassInfo() const override { return &cinfo_qvProjectManager; }
     void OnPublish() override;
     qvNameSpace* GetNameSpace() override { return nullptr; }
     bool CanContainItem(const TBlockSig& signature) override;
@@ -23,7 +21,8 @@ public:
     /// Asks the listeners of 10007 and, when they allow it, destroys the project.
     virtual bool ProjectClose(qvProject* project);
     virtual bool ProjectCloseAll();
-    /// The file dialog's filter for all registered file types.
+    /// The file dialog's filter for all registered file types; with `all`, other files can be chosen
+    /// as well.
     virtual QVString getProjectWildcard(bool all) const;
     /// A node, not yet in the tree, for the first data block of a file; null on failure.
     virtual qvProjectNode* OnOpenFile(const char* filename, const char* nodename);
@@ -61,7 +60,7 @@ private:
     qvProjectManager();
     ~qvProjectManager() override;
 
-    bool loadProject(qvProject& project, const char* filename);
+    qvProject* loadProject(const char* filename, const char* nodename);
 
     qvMetaDataTable table_;
     std::unique_ptr<TextBlock> clipboard_;

@@ -40,8 +40,7 @@ struct QVCORE_API qvAppObjEvents {
 /// Failures are posted to qverr(); an operation that finds an error pending does nothing.
 class QVCORE_API qvProjectNode : public QVObject {
 public:
-    static qvClassInfo cinfo_qvProjectNode;
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvProjectNode; }
+    QV_CLASS_INFO(qvProjectNode)
 
     /// Block nesting and with it the depth of the tree are limited.
     static constexpr int maxDepth = 180;
@@ -52,24 +51,22 @@ public:
     qvProjectNode& operator=(const qvProjectNode&) = delete;
     ~qvProjectNode() override;
 
-    const qvClassInfo* getClassInfo() const override { return &cinfo_qvProjectNode; }
     qvNameSpace* GetNameSpace() override;
     void OnPublish() override;
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
     void OnEvent(qvEvent& event, int tag) override;
-    QVObject* Clone() override { return newCopy(); }
+    QVObject* Clone() const override { return newCopy(); }
 
     // Operations that node types replace.
 
     /// A new node with the same block, without a parent; null when it cannot be made.
-    virtual qvProjectNode* newCopy();
-    /// Tells the views that what they show has changed; with `all`, everything.
+    virtual qvProjectNode* newCopy() const;
+    /// Raises 10004: the views of the node shall show what it is now; with `all`, all of it.
     virtual void RefreshView(bool all);
     /// May this node be copied? May it be removed?
     virtual bool CanEnCopy();
     virtual bool CanEnRemove();
     virtual bool CanEnPaste();
-    virtual bool CanEnRename() { return true; }
     virtual bool CanEnSave() { return true; }
     virtual bool Copy();
     virtual bool Cut();
@@ -83,8 +80,8 @@ public:
     /// SyntaxErr and reading goes on; false when the block cannot be used. A reader that returns
     /// false must leave the fields of its node as they were: read first, assign at the end.
     virtual bool ReadTB(TextBlock& block);
-    /// Writes the whole block of the node.
-    virtual bool WriteTB(TextBlock& block);
+    /// Writes the whole block of the node into an empty one.
+    virtual bool WriteTB(TextBlock& block) const;
     /// Runs when the node and its subtree are complete.
     virtual void Prepare();
     /// Called once, after the node was named and before it is linked; false forbids it.
@@ -119,8 +116,6 @@ public:
     /// Both act on the root project.
     bool IsLocked();
     void setLocked(bool locked);
-    /// The node and all above it are in the manager's tree.
-    bool IsInTree() const;
 
     /// Takes the child over. On failure (its name is taken) the caller keeps it.
     bool AddNode(qvProjectNode* child);
@@ -149,7 +144,7 @@ public:
     /// cannot be read.
     bool ReadBlock(TextBlock& block);
     /// Writes the blocks of the children, with the comments that stood between them.
-    bool WriteChildNodes(FBuff& buffer);
+    bool WriteChildNodes(FBuff& buffer) const;
     /// Makes the children from the blocks in the buffer, up to its end or to an "end" line. Blocks
     /// of unknown types and lines that belong to no block are counted as syntax errors and kept.
     bool CreateChildNodes(FBuff& buffer);
@@ -163,45 +158,51 @@ public:
     void SetupAppObj(qvEventSource& object, qvEventListener* listener = nullptr);
     qvEventSource* getAppObj() const { return app_object_; }
 
-    /// Lets a node type start its block with its registered signature and its name; comments of
-    /// the block given to RememberBlock() are carried over.
-    void StartNodeBlock(TextBlock& block);
-    /// For ReadTB: keeps the text of the block, for the comments in it.
-    void RememberBlock(const TextBlock& block);
+    /// For WriteTB: starts the node's block with its registered signature and its name. Comments of
+    /// the remembered block stay with the lines that are written in the same order.
+    void StartNodeBlock(TextBlock& block) const;
+    /// For ReadTB: keeps the text of the block for the comments in it; with `frame`, only the
+    /// comments on its first and its last line.
+    void RememberBlock(const TextBlock& block, bool frame);
 
 protected:
-    bool IsManager() const;
-    /// Replaces the namespace of a project by a fresh one; returns the old one.
-    std::unique_ptr<qvNameSpace> replaceNameSpace(std::unique_ptr<qvNameSpace> fresh);
+    /// Makes `block` the node's body in place of what it holds, in two passes. When that fails the
+    /// node and its tree are as they were.
+    bool replaceBody(TextBlock& block);
+    /// Whether this is the manager, the root of the tree.
+    bool isManager() const;
+    /// The block types that may be added to this node, joined by ",".
+    QVString acceptedTypes() const;
     void setPrepared(bool prepared) { prepared_ = prepared; }
-    qvEventListener& eventListener() { return listener_; }
-    /// What the remove query and the listeners of 10001 say.
-    bool mayBeRemoved();
 
 private:
     friend class qvChildNodes;
     friend class qvNodeGuard;
+    friend class qvProjectManager;
 
-    QVString publishedName() { return getName(); }
-    void publishTree();
-    void removeFromParent();
-    bool link(qvProjectNode* child);
+    /// What a user wrote around the things that were read.
+    struct KeptText {
+        QVString remembered;  ///< see RememberBlock
+        QVString closing;     ///< the lines between the last child and the end of the block
+    };
+
+    void followChild(qvProjectNode* child);
+    static void destroy(List<qvProjectNode*> nodes);
+    bool readPasted(qvProjectNode& child, TextBlock& block, const char* newname);
+    bool removeWhenAllowed();
     bool loadBody(TextBlock& block);
-    bool readChild(TextBlock& block, const QVString& lead);
-    QVString acceptedTypes(const char* help);
-    qvProjectNode* makeSubnode(const char* blocktype, const char* newname);
-    bool checkDepth(const qvProjectNode& child) const;
+    bool readChild(TextBlock& block, QVString& lead);
+    static bool readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock& block);
 
     QVString name_;
     qvProjectNode* parent_ = nullptr;
-    unsigned order_ = 0;  // grows along the parent's list
+    unsigned order_ = 0;  ///< grows along the parent's list; 0 when not in it
     bool prepared_ = false;
     qvChildNodes children_;
     qvEventSource* app_object_ = nullptr;
     std::unique_ptr<qvNameSpace> namespace_;
-    std::unique_ptr<TextBlock> remembered_;
-    QVString lead_;     // the lines between the sibling before (or the start) and this node's block
-    QVString closing_;  // the lines between the last child and the end of this node's block
+    KeptText kept_;
+    QVString lead_;  ///< the lines between the sibling before this node's block, or the start, and it
     qvNodeGuard* guards_ = nullptr;
     qvEventSource source_;
     qvEventListener listener_;

@@ -7,22 +7,20 @@
 /// project, and so are its records in the state file.
 class QVCORE_API qvUnknownNode : public qvProjectNode {
 public:
-    static qvClassInfo cinfo_qvUnknownNode;
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_qvUnknownNode; }
+    QV_CLASS_INFO(qvUnknownNode)
 
     explicit qvUnknownNode(const TextBlock& block);
     qvUnknownNode() = default;
 
-    const qvClassInfo* getClassInfo() const override { return &cinfo_qvUnknownNode; }
-    const char* getTypeName() const override { return block_.getType(); }
+    const char* getTypeName() const override { return type_; }
     void OnPublish() override;
+    bool ReadTB(TextBlock& block) override;
     void setName(const QVString& name) override;
-    bool WriteTB(TextBlock& block) override;
-    /// What the node is cannot be told to another program run, so it is not copied.
+    bool WriteTB(TextBlock& block) const override;
+    /// Refused with an error: there would be nowhere to paste it.
     bool CanEnCopy() override;
-    bool ExtractSFiles(FILE* file) override;
-    bool StoreSFiles(FILE* file) override;
 
 private:
     TextBlock block_;
+    QVString type_;
 };

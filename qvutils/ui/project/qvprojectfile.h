@@ -1,0 +1,21 @@
+#pragma once
+#include "qvutils/common/blocks/textblock.h"
+#include "qvutils/common/platform/qvexport.h"
+#include "qvutils/common/text/qvstring.h"
+
+/// A project file taken apart: the project's block, and what stands around it.
+///     file = comments [ header block ] comments project block rest
+struct QVCORE_API qvProjectFile {
+    QVString before_header;
+    QVString header;
+    QVString before_project;
+    TextBlock block;
+    QVString after_project;
+
+    /// False when the file cannot be read, with an error, or holds no project.
+    bool load(const char* path);
+};
+
+/// Writes the header block: which application wrote the file, on what machine and when. Comments of
+/// the block `oldText` are kept.
+bool writeProjectFileHeader(TextBlock& block, const QVString& oldText);
