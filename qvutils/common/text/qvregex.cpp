@@ -80,12 +80,12 @@ private:
 using Engine = boost::basic_regex<char, boost::cpp_regex_traits<char>>;
 using Groups = boost::match_results<Cursor>;
 
-/// Which of the two parentheses lacks its partner?
-const char* unmatchedParenthesis(std::string_view pattern) {
+/// The engine reports a parenthesis without partner and a backslash at the end alike.
+const char* explainParenthesis(std::string_view pattern) {
     int open = 0;
-    for (std::size_t i = 0; i + 1 < pattern.size(); ++i) {
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] != '\\') continue;
-        ++i;
+        if (++i == pattern.size()) return "Premature end of regular expression";
         if (pattern[i] == '(') ++open;
         if (pattern[i] == ')' && --open < 0) return "Unmatched \\)";
     }
@@ -96,7 +96,7 @@ const char* explain(const boost::regex_error& error, std::string_view pattern) {
     namespace codes = boost::regex_constants;
     switch (error.code()) {
         case codes::error_paren:
-            return unmatchedParenthesis(pattern);
+            return explainParenthesis(pattern);
         case codes::error_brack:
         case codes::error_brace:
         case codes::error_end:
@@ -155,7 +155,7 @@ struct QVRegex::Compiled {
               boost::match_flag_type flags) const {
         const Cursor begin(text.data(), steps);
         const auto all = static_cast<std::ptrdiff_t>(text.size());
-        flags |= boost::match_posix | boost::match_nosubs | boost::match_not_dot_newline;
+        flags |= boost::match_posix;
         if (start > 0) flags |= boost::match_prev_avail;
         return boost::regex_search(begin + static_cast<std::ptrdiff_t>(start), begin + all, groups,
                                    engine, flags);
@@ -170,8 +170,10 @@ QVRegex::QVRegex(QVText pattern) : pattern_(QVString(pattern.view())) {
     auto compiled = std::make_shared<Compiled>();
     const auto compile = [&] {
         compiled->engine.imbue(std::locale::classic());
-        // Ranges go by byte, not by the collation of a language.
-        const auto syntax = boost::regbase::emacs & ~boost::regbase::collate;
+        // Ranges go by byte, not by the collation of a language; a backslash in brackets and a
+        // newline before a dot are what they are in basic expressions.
+        const auto syntax = (boost::regbase::emacs & ~boost::regbase::collate) |
+                            boost::regbase::no_escape_in_lists | boost::regbase::no_mod_s;
         const std::string_view text = pattern.view();
         compiled->engine.assign(text.data(), text.data() + text.size(), syntax);
         return true;

@@ -5,8 +5,9 @@
 #include "qvutils/common/text/qvstring.h"
 
 /// A compiled regular expression. Groups are written \( ... \) and alternatives \|; * + ? are
-/// operators; [[:alpha:]] and its like name character classes. A match is the leftmost one, and of
-/// those the longest. Bytes are matched one by one, whatever the locale.
+/// operators; [[:alpha:]] and its like name character classes; a backslash in brackets is an
+/// ordinary character, except that \d, \s and \w keep their meaning there. A match is the leftmost
+/// one, and of those the longest. Bytes are matched one by one, whatever the locale.
 ///
 /// A pattern that does not compile is reported to the string error handler with class name
 /// "QVRegex" and then matches nothing. The same holds for a text on which matching would take

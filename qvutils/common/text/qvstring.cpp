@@ -24,11 +24,8 @@ void printError(const char* className, const char* message) {
 
 std::atomic<QVStringErrorHandler> errorHandler = printError;
 
-#define QV_REQUIRE(condition) \
-    if (!(condition)) failAssertion(#condition, __LINE__)
-
-[[noreturn]] void failAssertion(const char* condition, int line) {
-    exitfn("Assertion failed: %s, file qvstring, line %d\n", condition, line);
+void require(bool holds, const char* condition) {
+    if (!holds) exitfn("Assertion failed: %s, file qvstring\n", condition);
 }
 
 /// The size class that holds n characters: the block is P - 4 bytes, its capacity P - 16. The
@@ -58,15 +55,10 @@ void qvStringError(const char* className, const char* message) {
 }
 
 void QVText::refuseNull() {
-    const char* cs = nullptr;
-    QV_REQUIRE(cs != NULL);
-    std::abort();
+    exitfn("Assertion failed: %s, file qvstring\n", "cs!=NULL");
 }
-
 void QVPattern::refuseNull() {
-    const char* pattern = nullptr;
-    QV_REQUIRE(pattern != NULL);
-    std::abort();
+    exitfn("Assertion failed: %s, file qvstring\n", "pattern!=NULL");
 }
 
 QVSubString::QVSubString(const QVString& owner, int pos, int len)
@@ -83,9 +75,7 @@ std::string_view QVSubString::view() const {
 }
 
 char QVSubString::operator[](int pos) const {
-    const int len = Length();
-    QV_REQUIRE(0 <= pos);
-    QV_REQUIRE(pos < len);
+    require(pos >= 0 && pos < Length(), "pos < len");
     return view()[static_cast<std::size_t>(pos)];
 }
 
@@ -106,7 +96,7 @@ QVString::QVString(char c) : QVString() {
 }
 
 QVString::QVString(const char* s, int length) : QVString() {
-    QV_REQUIRE(s != NULL);
+    require(s, "s != NULL");
     if (length > 0) assign({s, static_cast<std::size_t>(length)});
 }
 
@@ -231,7 +221,7 @@ QVString& QVString::Append(QVText text) {
 }
 
 QVString& QVString::Append(const char* s, int length) {
-    QV_REQUIRE(s != NULL);
+    require(s, "s != NULL");
     return length > 0 ? Append(QVText(std::string_view(s, static_cast<std::size_t>(length))))
                       : *this;
 }
@@ -277,18 +267,10 @@ void QVString::edit(int pos, int len, std::string_view s) {
     setLength(result);
 }
 
-QVString operator+(const QVString& a, QVText b) {
+QVString qvConcatenate(QVText a, QVText b) {
     QVString sum;
     sum.Alloc(a.Length() + b.Length());
     return std::move(sum.Append(a).Append(b));
-}
-
-QVString operator+(const char* a, const QVString& b) {
-    return QVString(a).Append(b);
-}
-
-QVString operator+(const QVString& a, char b) {
-    return a + QVText(std::string_view(&b, 1));
 }
 
 QVString QV_Replicate(char c, int n) {

@@ -123,6 +123,7 @@ public:
         return *this;
     }
     QVString& operator=(QVText s);
+    QVString& operator=(const QVSubString& s) { return *this = QVText(s); }
     QVString& operator=(const char* s) { return *this = QVText(s); }
     QVString& operator=(char c);
     /// Replaces the contents with printf-style output of any length, in the C locale.
@@ -295,11 +296,20 @@ inline auto operator<=>(const QVString& a, const char* b) {
     return a.view() <=> QVText(b).view();
 }
 
-QVCORE_API QVString operator+(const QVString& a, QVText b);
-QVCORE_API QVString operator+(const char* a, const QVString& b);
-QVCORE_API QVString operator+(const QVString& a, char b);
-inline QVString operator+(QVString&& a, QVText b) {
+QVCORE_API QVString qvConcatenate(QVText a, QVText b);
+template <std::convertible_to<QVText> T>
+QVString operator+(const QVString& a, const T& b) {
+    return qvConcatenate(a, b);
+}
+template <std::convertible_to<QVText> T>
+QVString operator+(QVString&& a, const T& b) {
     return std::move(a.Append(b));
+}
+inline QVString operator+(const char* a, const QVString& b) {
+    return qvConcatenate(a, b);
+}
+inline QVString operator+(const QVString& a, char b) {
+    return qvConcatenate(a, std::string_view(&b, 1));
 }
 inline QVString operator+(QVString&& a, char b) {
     return std::move(a.Append(b));
