@@ -1,12 +1,13 @@
 #pragma once
-#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "qvutils/common/object/qvobject.h"
+
+class qvCommandGlobals;
+struct qvPathStep;
 
 /// What can stand where the user stopped typing.
 struct qvCompletions {
@@ -35,6 +36,8 @@ public:
     static constexpr int maxNesting = 64;
 
     QVCommandBase();
+    QVCommandBase(const QVCommandBase&) = delete;
+    QVCommandBase& operator=(const QVCommandBase&) = delete;
     virtual ~QVCommandBase();
     /// The object at the root of a path, null for an unknown name.
     virtual QVObject* FindInApp(const char* /*name*/) { return nullptr; }
@@ -86,13 +89,27 @@ public:
                                                  const std::vector<std::string>& candidates);
 
 private:
-    class Watcher;
-    struct Globals;
+    enum class Form { empty, reference, copy, deletion, help, assignment, path };
+    /// Whether a method that ends a path is called although no brackets follow it.
+    enum class lastMethod { asWritten, called };
 
     bool ParseCommand(const char* command, const char* comment, int flags);
+    void runStatement(std::string_view statement, QVString& result);
+    static Form classify(std::string_view firstWord, bool hasAssignment, bool isEmpty);
+    void defineReference(std::string_view name, std::string_view path);
+    void defineCopy(std::string_view name, std::string_view path);
+    void deleteReference(std::string_view name);
+    void help(std::string_view path, QVString& result);
+    bool resolve(std::string_view path, lastMethod last, bool withTexts, QVCommandElt& element,
+                 bool* called = nullptr);
+    bool enterRoot(std::string_view name, std::string_view path, QVCommandElt& element);
+    bool enterChild(std::string_view name, bool withTexts, QVCommandElt& element);
+    bool enterEntry(const qvPathStep& step, QVCommandElt& element);
+    bool callMethod(const qvPathStep& step, QVCommandElt& element);
+    bool checkName(std::string_view name);
+    void listRoots(std::vector<std::string>& names);
 
-    std::unique_ptr<Globals> globals_;
-    std::unique_ptr<Watcher> watcher_;
+    std::unique_ptr<qvCommandGlobals> globals_;
     std::vector<std::string> hints_;
     int line_ = 0;
     int nesting_ = 0;

@@ -1,0 +1,336 @@
+#include "qvutils/common/command/command_line.h"
+
+#include <atomic>
+
+#include "qvutils/common/command/commandglobals.h"
+#include "qvutils/common/command/commandpath.h"
+#include "qvutils/common/command/commandtext.h"
+#include "qvutils/common/command/commandvalue.h"
+#include "qvutils/common/error/qverror.h"
+
+namespace {
+
+int size(std::string_view text) {
+    return static_cast<int>(text.size());
+}
+
+/// The object that a kind-10 element refers to.
+QVObject* SafeCast(const QVCommandElt& element) {
+    QVObject* object = element.getObject();
+    if (!object) CodeError("SafeCast", "command_line", __LINE__);
+    return object;
+}
+
+}  // namespace
+
+QVCommandBase::QVCommandBase() : globals_(std::make_unique<qvCommandGlobals>()) {}
+
+QVCommandBase::~QVCommandBase() = default;
+
+// Running text.
+
+bool QVCommandBase::Execute(const char* text) {
+    if (nesting_ == maxNesting) {
+        qverr().setf("command texts run each other more than %d deep\n", maxNesting);
+        return false;
+    }
+    const int outerLine = line_;
+    const bool outerFailed = failed_;
+    ++nesting_;
+    failed_ = false;
+    bool completed = true;
+    qvStatementReader reader(text);
+    qvStatement statement;
+    std::string command, comment, shown;
+    while (completed && reader.next(statement)) {
+        line_ = statement.line;
+        qverr().reset();
+        command = statement.text;
+        comment.clear();
+        if (!statement.comment.empty()) comment.append("  ").append(statement.comment);
+        shown = command + comment;
+        completed = OnParseCommand(shown.c_str(), "", aboutToRun) &&
+                    ParseCommand(command.c_str(), comment.c_str(), hasRun);
+    }
+    const bool succeeded = completed && !failed_;
+    --nesting_;
+    line_ = outerLine;
+    failed_ = outerFailed;
+    return succeeded;
+}
+
+bool QVCommandBase::ParseCommand(const char* command, const char* comment, int flags) {
+    hints_.clear();
+    QVString result;
+    runStatement(command, result);
+    if (qverr()) {
+        result = QVString();
+        failed_ = true;
+        OnCommandError(line_, command, qverr().chars());
+    }
+    if (!*comment) return OnParseCommand(command, result, flags);
+    return OnParseCommand((std::string(command) + comment).c_str(), result, flags);
+}
+
+/// statement := "Ref&" name "=" path | "Set" name "=" path | "Del" name | "help" [ path ]
+///            | path "=" text | path | nothing
+void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
+    const std::size_t assignment = qvFindAssignment(statement);
+    std::string_view rest = statement;
+    switch (classify(qvTakeWord(rest), assignment != statement.npos, statement.empty())) {
+        case Form::empty: return;
+        case Form::reference:
+        case Form::copy: {
+            const std::string_view word = statement.substr(0, statement.find_first_of(" \t"));
+            const std::string_view name =
+                qvTrimmed(statement.substr(word.size(), assignment - word.size()));
+            const std::string_view path = qvTrimmed(statement.substr(assignment + 1));
+            return word == "Set" ? defineCopy(name, path) : defineReference(name, path);
+        }
+        case Form::deletion: return deleteReference(rest);
+        case Form::help: return help(rest, result);
+        case Form::assignment: {
+            const std::string left(qvTrimmed(statement.substr(0, assignment)));
+            const QVString right = qvUnquote(statement.substr(assignment + 1));
+            return SetParam(left.c_str(), right);
+        }
+        case Form::path: {
+            QVCommandElt element;
+            if (resolve(statement, lastMethod::called, false, element)) {
+                result = qvValueText(element);
+            }
+            return;
+        }
+    }
+    CodeError("QVCommandBase::ParseCommand", "command_line", __LINE__);
+}
+
+QVCommandBase::Form QVCommandBase::classify(std::string_view firstWord, bool hasAssignment,
+                                            bool isEmpty) {
+    if (isEmpty) return Form::empty;
+    if (hasAssignment && firstWord == "Ref&") return Form::reference;
+    if (hasAssignment && firstWord == "Set") return Form::copy;
+    if (firstWord == "Del") return Form::deletion;
+    if (firstWord == "help") return Form::help;
+    return hasAssignment ? Form::assignment : Form::path;
+}
+
+void QVCommandBase::defineReference(std::string_view name, std::string_view path) {
+    QVCommandElt element;
+    bool called = false;
+    if (!checkName(name) || !resolve(path, lastMethod::called, false, element, &called)) return;
+    if (called && element.IsNull()) {
+        return qverr().setf("%.*s returns NULL\n", size(path), path.data());
+    }
+    if (called && element.IsCopy()) {
+        return qverr().setf("%.*s returns a COPY\n", size(path), path.data());
+    }
+    if (!element.IsKindOf(qvKindObject) || element.getNdims() > 0 || element.IsNull()) {
+        return qverr().set("only allowed to reference a qvobject!");
+    }
+    QVCommandEltRef reference(*SafeCast(element));
+    reference.keepAlive(element);
+    globals_->set(name, reference);
+}
+
+void QVCommandBase::defineCopy(std::string_view name, std::string_view path) {
+    QVCommandElt element;
+    bool called = false;
+    if (!checkName(name) || !resolve(path, lastMethod::called, false, element, &called)) return;
+    if (!called) return qverr().setf("%.*s is not a function\n", size(path), path.data());
+    if (element.IsNull()) return qverr().setf("%.*s returns NULL\n", size(path), path.data());
+    if (!element.IsCopy()) {
+        return qverr().setf("%.*s returns a REFERENCE\n", size(path), path.data());
+    }
+    globals_->set(name, element);
+}
+
+void QVCommandBase::deleteReference(std::string_view name) {
+    const QVCommandElt* global = globals_->find(name);
+    if (global && qvCommandGlobals::isReference(*global)) {
+        globals_->remove(name);
+    } else {
+        qverr().setf("could not find \"%.*s\"\n or this is not a reference", size(name),
+                     name.data());
+    }
+}
+
+void QVCommandBase::help(std::string_view path, QVString& result) {
+    if (path.empty()) {
+        result = "Statements:\n path  path(arguments)  path = value  Ref& name = path\n"
+                 " Set name = path(arguments)  Del name  help path\nPaths begin with:\n";
+        std::vector<std::string> names;
+        listRoots(names);
+        for (const std::string& name : names) result += QVString(" ") + name.c_str() + "\n";
+        return;
+    }
+    QVCommandElt element;
+    if (resolve(path, lastMethod::asWritten, true, element)) result = qvHelpText(element);
+}
+
+void QVCommandBase::SetParam(const char* lhs, const char* rhs) {
+    if (qverr()) return;
+    QVCommandElt element;
+    if (!resolve(lhs, lastMethod::asWritten, false, element)) return;
+    if (element.IsReadOnly()) return qverr().setf("\"%s\" is read only!\n", lhs);
+    QVObject* parent = element.getParent();
+    if (parent && !element.IsKindOf(qvKindObject)) {
+        parent->SetParam(element, rhs, lhs);
+    } else {
+        element.Assign(rhs, lhs);
+    }
+}
+
+// Following paths.
+
+QVCommandElt QVCommandBase::getPublishedElt(const char* path, bool withTexts) {
+    QVCommandElt element;
+    if (!qverr()) resolve(path, lastMethod::asWritten, withTexts, element);
+    return element;
+}
+
+/// Follows a path (see qvPathScanner). The whole path is read first, so that a mistake at its end
+/// is found before a method in its middle is called.
+bool QVCommandBase::resolve(std::string_view path, lastMethod last, bool withTexts,
+                            QVCommandElt& element, bool* called) {
+    path = qvTrimmed(path);
+    if (!qvPathScanner::check(path)) return false;
+    qvPathScanner scanner(path);
+    qvPathStep step;
+    bool found = false;
+    for (bool first = true; scanner.next(step); first = false) {
+        found = first ? enterRoot(step.name, path, element)
+                      : enterChild(step.name, withTexts, element);
+        if (found && step.nIndices > 0) found = enterEntry(step, element);
+        const bool callsUnwritten =
+            scanner.atEnd() && last == lastMethod::called && element.IsFunction();
+        const bool calls = step.hasArgs || callsUnwritten;
+        if (found && calls) found = callMethod(step, element);
+        if (called) *called = calls;
+        if (found && calls && element.IsNull() && !scanner.atEnd()) {
+            qverr().setf("%.*s returns NULL\n", size(step.name), step.name.data());
+            found = false;
+        }
+        if (!found) break;
+    }
+    if (!found && !qverr()) qverr().set("could not find item \"\"\n");
+    if (!found) element = QVCommandElt();
+    return found;
+}
+
+bool QVCommandBase::enterRoot(std::string_view name, std::string_view path,
+                              QVCommandElt& element) {
+    if (const QVCommandElt* global = globals_->find(name)) {
+        element = *global;
+        return true;
+    }
+    if (QVObject* root = FindInApp(std::string(name).c_str())) {
+        element.Init(root, qvKindObject, false, false, 0, nullptr);
+        return true;
+    }
+    qverr().setf("could not find item \"%.*s\"\n", size(path), path.data());
+    std::vector<std::string> known;
+    listRoots(known);
+    hints_ = nearestNames(name, known);
+    return false;
+}
+
+bool QVCommandBase::enterChild(std::string_view name, bool withTexts, QVCommandElt& element) {
+    QVCommandElt child;
+    QVObject* object = element.getObject();
+    if (object && object->findPublishedElt(name, withTexts, child)) {
+        child.keepAlive(element);
+        element = std::move(child);
+        return true;
+    }
+    qverr().setf("could not find item \"%.*s\"\n", size(name), name.data());
+    std::vector<std::string> known;
+    for (const QVCommandElt& other : qvSortedChildren(element, false)) {
+        known.push_back(other.getName());
+    }
+    hints_ = nearestNames(name, known);
+    return false;
+}
+
+bool QVCommandBase::enterEntry(const qvPathStep& step, QVCommandElt& element) {
+    const int ndims = element.getNdims();
+    if (ndims == 0) {
+        qverr().setf("%.*s is not an array!\n", size(step.name), step.name.data());
+        return false;
+    }
+    if (step.nIndices != ndims) {
+        qverr().setf(step.nIndices > ndims ? "too many indices in %.*s!\n"
+                                           : "too few indices in %.*s!\n",
+                     size(step.name), step.name.data());
+        return false;
+    }
+    for (int dimension = 1; dimension <= ndims; ++dimension) {
+        const auto range = element.getRange(dimension);
+        const int index = step.indices[dimension - 1];
+        if (index < range.first || index > range.last) {
+            qverr().setf("index %d out of bounds\n", index);
+            return false;
+        }
+    }
+    element = element.entryElt(step.indices[0], step.indices[1]);
+    return true;
+}
+
+bool QVCommandBase::callMethod(const qvPathStep& step, QVCommandElt& element) {
+    if (!element.IsFunction()) {
+        qverr().setf("%.*s is not a function\n", size(step.name), step.name.data());
+        return false;
+    }
+    QVCommandElt result = element.ExecuteFn(std::string(step.args).c_str());
+    if (qverr()) return false;
+    result.keepAlive(element);
+    element = std::move(result);
+    return true;
+}
+
+// Global variables.
+
+bool QVCommandBase::checkName(std::string_view name) {
+    if (name.empty() || name.find_first_of(" \t.,;=()[]\"") != name.npos) {
+        qverr().setf("invalid name \"%.*s\"\n", size(name), name.data());
+    } else if (!IsVarNameAllowed(QVString(name))) {
+        qverr().setf("cannot use key word %.*s\n", size(name), name.data());
+    }
+    return !qverr();
+}
+
+QVCommandElt* QVCommandBase::getGvar(const QVString& name) {
+    return globals_->find(name.view());
+}
+
+bool QVCommandBase::AddGvar(const QVString& name, const QVCommandElt& element) {
+    if (qverr() || !checkName(name.view())) return false;
+    globals_->set(name.view(), element);
+    return true;
+}
+
+bool QVCommandBase::RemoveGvar(const QVString& name) {
+    return globals_->remove(name.view());
+}
+
+QVString QVCommandBase::getNewGVARName() {
+    static std::atomic<int> counter = 0;
+    for (;;) {
+        QVString name;
+        name.sprintf("var%d", ++counter);
+        if (!getGvar(name)) return name;
+    }
+}
+
+QVString QVCommandBase::getGVARCommandName(const void* object) {
+    const std::string* name = globals_->nameOf(object);
+    return name ? QVString(name->c_str()) : QVString();
+}
+
+bool QVCommandBase::IsVarNameAllowed(const QVString& name) {
+    return name != "help" && !IsKeyword(name);
+}
+
+void QVCommandBase::RemoveFromRefList(void* object) {
+    globals_->removeReferences(object);
+}
