@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <thread>
+
+#include "qvutils/common/platform/clock.h"
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/format.h"
+#include "qvutils/common/platform/process.h"
+#include "qvutils/common/platform/threads.h"
+#include "tests/support/comma_locale.h"
+#include "tests/support/fake_clock.h"
+#include "tests/support/temp_directory.h"
+
+using qvplatform::formatText;
+
+namespace {
+
+TEST(Format, numbers_are_the_same_under_a_decimal_comma) {
+    const CommaLocale comma;
+    if (!comma.active()) GTEST_SKIP() << "no such locale on this machine";
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", 0.5);
+    ASSERT_STREQ(text, "0,5");
+
+    EXPECT_EQ(formatText("%g %.2f %d", 0.5, 1234.5, 7), "0.5 1234.50 7");
+    double number = 0;
+    EXPECT_EQ(qvplatform::scan("2.5", "%lf", &number), 1);
+    EXPECT_EQ(number, 2.5);
+    std::snprintf(text, sizeof text, "%g", 0.5);
+    EXPECT_STREQ(text, "0,5") << "the locale was not put back";
+}
+
+TEST(Format, text_of_any_length_and_short_buffers) {
+    const std::string text(100'000, 'x');
+    EXPECT_EQ(formatText("<%s>", text.c_str()), "<" + text + ">");
+    EXPECT_EQ(formatText("%s", ""), "");
+    char buffer[4];
+    EXPECT_EQ(qvplatform::format(buffer, sizeof buffer, "%d", 12345), 5);
+    EXPECT_STREQ(buffer, "123");
+}
+
+TEST(Process, knows_its_surroundings) {
+    const TempDirectory directory;
+    const std::string before = qvplatform::currentDirectory();
+    ASSERT_TRUE(qvplatform::setCurrentDirectory(directory.path()));
+    directory.write("here", "");
+    EXPECT_TRUE(qvplatform::fileSystem().status("here").isFile());
+    ASSERT_TRUE(qvplatform::setCurrentDirectory(before));
+    EXPECT_FALSE(qvplatform::setCurrentDirectory(directory.file("none")));
+    EXPECT_TRUE(qvplatform::fileSystem().status(qvplatform::executablePath()).isFile());
+    EXPECT_TRUE(
+        qvplatform::fileSystem().status(qvplatform::temporaryDirectory()).isDirectory());
+    EXPECT_NE(qvplatform::configDirectory("qv"), qvplatform::stateDirectory("qv"));
+
+    std::string value = "kept";
+    EXPECT_FALSE(qvplatform::environmentVariable("QV_NO_SUCH_VARIABLE", value));
+    EXPECT_EQ(value, "kept");
+    EXPECT_TRUE(qvplatform::environmentVariable("PATH", value));
+}
+
+TEST(Process, knows_the_machine) {
+    int major = 0;
+    int minor = -1;
+    EXPECT_TRUE(qvplatform::systemVersion(major, minor));
+    EXPECT_GT(major, 0);
+    EXPECT_GE(minor, 0);
+    EXPECT_GT(qvplatform::physicalMemory(), 1u << 26);
+    EXPECT_GE(qvplatform::processorCount(), 1);
+}
+
+TEST(Process, starts_programs_and_tells_when_there_is_none) {
+    EXPECT_FALSE(qvplatform::startProcess({"qv-no-such-program"}));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(qvplatform::startProcess({}));
+
+    const TempDirectory directory;
+    const std::string made = directory.file("with \"quotes\" and blanks");
+    if (!qvplatform::startProcess({"touch", made})) GTEST_SKIP() << "no program to start";
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!qvplatform::fileSystem().status(made).exists()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), end);
+        qvplatform::sleepMicroseconds(1000);
+    }
+}
+
+TEST(Clock, can_be_replaced_and_the_real_one_runs) {
+    EXPECT_GE(qvplatform::localTime().year, 2024);
+    const std::int64_t start = qvplatform::monotonicNanoseconds();
+    qvplatform::sleepMicroseconds(2000);
+    EXPECT_GE(qvplatform::monotonicNanoseconds() - start, 1'000'000);
+    {
+        FakeClock clock({2001, 12, 31, 23, 59, 58});
+        EXPECT_EQ(qvplatform::localTime().second, 58);
+        clock.advance(5);
+        EXPECT_EQ(qvplatform::monotonicNanoseconds(), 5);
+    }
+    EXPECT_GE(qvplatform::localTime().year, 2024);
+}
+
+}  // namespace
