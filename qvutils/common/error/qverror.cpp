@@ -1,7 +1,7 @@
 #include "qvutils/common/error/qverror.h"
 
 #include <cstdarg>
-#include <memory>
+#include <new>
 #include <utility>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
@@ -59,20 +59,28 @@ void Error::display(int kind) const {
 
 namespace {
 
+/// A thread's error object, reached through a plain pointer: unlike the object it needs no guard,
+/// so that the test for a pending error costs one load.
 thread_local Error* threadError = nullptr;
+thread_local bool ownerGone = false;
 
-/// Frees a thread's error object when the thread ends. The pointer beside it needs no guard, which
-/// makes the test for a pending error one load.
 struct ErrorOwner {
-    std::unique_ptr<Error> error = std::make_unique<Error>();
-    ~ErrorOwner() { threadError = nullptr; }
+    Error error;
+    ~ErrorOwner() {
+        threadError = nullptr;
+        ownerGone = true;
+    }
 };
 
 Error& makeThreadError() {
-    thread_local ErrorOwner owner;
-    // Objects destroyed after the owner still find an error object: one for all of them.
-    static Error afterwards;
-    threadError = owner.error ? owner.error.get() : &afterwards;
+    if (ownerGone) {
+        // Objects that are destroyed after the owner still find an error object, never destroyed.
+        alignas(Error) thread_local unsigned char room[sizeof(Error)];
+        threadError = new (room) Error;
+    } else {
+        thread_local ErrorOwner owner;
+        threadError = &owner.error;
+    }
     return *threadError;
 }
 

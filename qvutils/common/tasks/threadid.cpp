@@ -42,15 +42,20 @@ Numbers& numbers() {
 
 thread_local int threadNumber = -1;
 
+thread_local bool holderGone = false;
+
 struct Holder {
     const int number = numbers().take();
     ~Holder() {
         numbers().giveBack(number);
         threadNumber = -1;
+        holderGone = true;
     }
 };
 
 int firstAsked() {
+    // What is destroyed after the holder takes a number for good: the old one may be in use again.
+    if (holderGone) return threadNumber = numbers().take();
     thread_local const Holder holder;
     return threadNumber = holder.number;
 }
