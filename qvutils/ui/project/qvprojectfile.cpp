@@ -57,7 +57,10 @@ bool writeProjectFileHeader(TextBlock& block, const QVString& oldText) {
 
 bool qvProjectFile::load(const char* path) {
     FBuff text;
-    if (!text.LoadFile(path)) return false;
+    return text.LoadFile(path) && parse(text);
+}
+
+bool qvProjectFile::parse(FBuff& text) {
     if (text.text().substr(0, 3) == "\xEF\xBB\xBF") text.setPosn(3);
     BodyReader reader(text, BodyReader::stopAtBadLine);
     if (!reader.next(block)) return false;

@@ -14,6 +14,7 @@ struct QVCORE_API qvProjectFile {
 
     /// False when the file cannot be read, with an error, or holds no project.
     bool load(const char* path);
+    bool parse(FBuff& text);
 };
 
 /// Writes the header block: which application wrote the file, on what machine and when. Comments of

@@ -143,7 +143,8 @@ public:
     /// Replaces what the node holds by what the block says. The tree stays as it was when the block
     /// cannot be read.
     bool ReadBlock(TextBlock& block);
-    /// Writes the blocks of the children, with the comments that stood between them.
+    /// Writes the lines kept by KeepLine() and then the blocks of the children, with the comments that
+    /// stood between them.
     bool WriteChildNodes(FBuff& buffer) const;
     /// Makes the children from the blocks in the buffer, up to its end or to an "end" line. Blocks
     /// of unknown types and lines that belong to no block are counted as syntax errors and kept.
@@ -164,6 +165,8 @@ public:
     /// For ReadTB: keeps the text of the block for the comments in it; with `frame`, only the
     /// comments on its first and its last line.
     void RememberBlock(const TextBlock& block, bool frame);
+    /// For ReadTB: keeps a line that was reported as a syntax error, to be written back.
+    void KeepLine(std::string_view line);
 
 protected:
     /// Makes `block` the node's body in place of what it holds, in two passes. When that fails the
@@ -183,6 +186,7 @@ private:
     /// What a user wrote around the things that were read.
     struct KeptText {
         QVString remembered;  ///< see RememberBlock
+        QVString bad_lines;   ///< see KeepLine
         QVString closing;     ///< the lines between the last child and the end of the block
     };
 

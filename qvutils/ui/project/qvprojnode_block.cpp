@@ -63,6 +63,11 @@ void qvProjectNode::RememberBlock(const TextBlock& block, bool frame) {
     kept_.remembered += last;
 }
 
+void qvProjectNode::KeepLine(std::string_view line) {
+    kept_.bad_lines += line;
+    if (kept_.bad_lines.Lastchar() != '\n') kept_.bad_lines += '\n';
+}
+
 bool qvProjectNode::ReadBlock(TextBlock& block) {
     if (qverr()) return false;
     SyntaxErrorReport report;
@@ -194,6 +199,7 @@ bool qvProjectNode::readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock&
 }
 
 bool qvProjectNode::WriteChildNodes(FBuff& buffer) const {
+    appendVerbatim(buffer, kept_.bad_lines);
     TextBlock block;
     for (const qvProjectNode* child : children_.list()) {
         block.unalloc();

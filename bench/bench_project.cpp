@@ -1,0 +1,210 @@
+// A project with 100,000 notes: commands on it compared with a project of 1,000, and loading and
+// saving it compared with pugixml and the standard streams.
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <pugixml.hpp>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bench/qvbench.h"
+#include "qvutils/common/command/command_line.h"
+#include "qvutils/common/diagnostics/diagnostics.h"
+#include "qvutils/common/error/qverror.h"
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/process.h"
+#include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/project/qvprojman.h"
+
+namespace {
+
+constexpr int few = 1000;
+constexpr int many = 100000;
+
+double secondsOf(const std::function<void()>& action) {
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> times) {
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+class Commands : public QVCommandBase {
+public:
+    QVObject* FindInApp(const char*) override { return &getProjectManager(); }
+    void run(const std::string& text) {
+        if (!Execute(text.c_str())) exitfn("%s", qverr().chars());
+    }
+};
+
+/// The nanoseconds of one command of each sort on a project of n notes.
+struct CommandTimes {
+    double add, find, rename, copy, remove;
+};
+
+CommandTimes timeCommands(int n) {
+    Commands commands;
+    getProjectManager().ClearNodes();
+    commands.run("app.addsubnode(\"projectTB\", \"p\")");
+    const std::string project = "app.subnodes[1].";
+    std::vector<int> order(n);
+    for (int i = 0; i < n; ++i) order[i] = i;
+    std::shuffle(order.begin(), order.end(), std::mt19937(1));
+    // The same number of commands for both sizes, spread over the whole project.
+    const auto time = [&](int count, const std::function<std::string(int)>& text) {
+        std::vector<std::string> texts;
+        for (int i = 0; i < count; ++i) texts.push_back(text(i));
+        return 1e9 / count * secondsOf([&] {
+            for (const std::string& t : texts) commands.run(t);
+        });
+    };
+    const auto quoted = [](const char* prefix, int i) {
+        return '"' + (prefix + std::to_string(i)) + '"';
+    };
+    CommandTimes times;
+    times.add = time(n, [&](int i) { return project + "addsubnode(\"notesTB\", " + quoted("n", i) + ")"; });
+    times.find = time(few, [&](int i) { return project + "findnode(" + quoted("n", order[i]) + ")"; });
+    times.copy = time(few, [&](int i) { return project + "findnode(" + quoted("n", order[i]) + ").copy()"; });
+    times.rename = time(few, [&](int i) {
+        return project + "findnode(" + quoted("n", order[i]) + ").rename(" + quoted("m", order[i]) + ")";
+    });
+    times.remove = time(few, [&](int i) {
+        return project + "findnode(" + quoted("m", order[i]) + ").delete()";
+    });
+    return times;
+}
+
+CommandTimes medianOfCommands(int n) {
+    std::vector<double> times[5];
+    for (int run = 0; run < 5; ++run) {
+        const CommandTimes t = timeCommands(n);
+        const double values[] = {t.add, t.find, t.rename, t.copy, t.remove};
+        for (int i = 0; i < 5; ++i) times[i].push_back(values[i]);
+    }
+    return {median(times[0]), median(times[1]), median(times[2]), median(times[3]),
+            median(times[4])};
+}
+
+void compareCommands() {
+    const CommandTimes small = medianOfCommands(few);
+    const CommandTimes large = medianOfCommands(many);
+    const char* rival = "the same in 1,000";
+    qvAddRow("add a note to 100,000", large.add, small.add, rival, 2, "ns");
+    qvAddRow("find a note among 100,000", large.find, small.find, rival, 2, "ns");
+    qvAddRow("find and rename one", large.rename, small.rename, rival, 2, "ns");
+    qvAddRow("find and copy one", large.copy, small.copy, rival, 2, "ns");
+    qvAddRow("find and delete one", large.remove, small.remove, rival, 5, "ns");
+}
+
+/// A note of 1 KB.
+const std::string& noteText() {
+    static const std::string text = [] {
+        std::string lines;
+        for (int i = 0; i < 16; ++i) lines += std::string(63, static_cast<char>('a' + i)) + '\n';
+        return lines;
+    }();
+    return text;
+}
+
+void makeProject(int n) {
+    getProjectManager().ClearNodes();
+    getProjectManager().AddSubnode("projectTB", "p");
+    qvProjectNode* project = getProjectManager().FindChild("p");
+    for (int i = 0; i < n; ++i) {
+        project->AddSubnode("notesTB", ("n" + std::to_string(i)).c_str());
+        static_cast<qvNotesNode*>(project->getNodes()[i + 1])->setText(noteText().c_str());
+    }
+}
+
+void printTree(const std::string& path, int n) {
+    std::ofstream out(path, std::ios::binary);
+    out << "begin <projectTB(1.0)> \"p\"\n";
+    for (int i = 0; i < n; ++i) {
+        out << "  begin <notesTB(1.0)> \"n" << i << "\"\n";
+        const char* line = noteText().c_str();
+        for (int j = 0; j < 16; ++j, line += 64) {
+            out << "  >";
+            out.write(line, 63);
+            out << '\n';
+        }
+        out << "end\n";
+    }
+    out << "end\n";
+}
+
+void writeXml(const std::string& path, int n) {
+    pugi::xml_document document;
+    pugi::xml_node project = document.append_child("project");
+    project.append_attribute("name") = "p";
+    for (int i = 0; i < n; ++i) {
+        pugi::xml_node note = project.append_child("notes");
+        note.append_attribute("name") = ("n" + std::to_string(i)).c_str();
+        note.append_child(pugi::node_pcdata).set_value(noteText().c_str());
+    }
+    document.save_file(path.c_str(), "", pugi::format_raw);
+}
+
+struct FileTimes {
+    double save, print, load, parse, list;
+};
+
+FileTimes timeFiles(const std::string& directory, int n) {
+    const std::string ours = directory + "/p.prj";
+    const std::string printed = directory + "/printed.prj";
+    const std::string xml = directory + "/p.xml";
+    writeXml(xml, n);
+    makeProject(n);
+    std::vector<double> save, print, load, parse, list;
+    for (int run = 0; run < 5; ++run) {
+        auto* project = static_cast<qvProject*>(getProjectManager().FindChild("p"));
+        save.push_back(secondsOf([&] { project->SaveToFile(ours.c_str()); }));
+        list.push_back(secondsOf([&] {
+            Commands commands;
+            commands.run("help app.subnodes[1]; app.subnodes[1].subnodes");
+        }));
+        getProjectManager().ClearNodes();
+        print.push_back(secondsOf([&] { printTree(printed, n); }));
+        load.push_back(secondsOf([&] { getProjectManager().ProjectOpen(ours.c_str(), ""); }));
+        parse.push_back(secondsOf([&] {
+            pugi::xml_document document;
+            document.load_file(xml.c_str());
+        }));
+        if (qverr()) exitfn("%s", qverr().chars());
+    }
+    return {median(save), median(print), median(load), median(parse), median(list)};
+}
+
+void compareFiles() {
+    // In memory, so that the disk does not count: there nothing is gained by syncing.
+    const bool hasShm = qvplatform::fileSystem().status("/dev/shm").isDirectory();
+    const std::string directory =
+        (hasShm ? "/dev/shm" : qvplatform::temporaryDirectory()) + "/qvbench_project";
+    qvplatform::fileSystem().makeDirectory(directory, true);
+    const FileTimes tenth = timeFiles(directory, many / 10);
+    const FileTimes whole = timeFiles(directory, many);
+    qvAddRow("load 100,000 notes of 1 KB", 1e3 * whole.load, 1e3 * whole.parse, "pugixml's DOM", 2,
+             "ms");
+    qvAddRow("save them (file in memory)", 1e3 * whole.save, 1e3 * whole.print, "std::ofstream", 1,
+             "ms");
+    const char* rival = "a tenth of them, times 10";
+    qvAddRow("load, linear", 1e3 * whole.load, 1e4 * tenth.load, rival, 1.5, "ms");
+    qvAddRow("save, linear", 1e3 * whole.save, 1e4 * tenth.save, rival, 1.5, "ms");
+    qvAddRow("list, linear", 1e3 * whole.list, 1e4 * tenth.list, rival, 1.5, "ms");
+    qvplatform::fileSystem().removeTree(directory);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    registerProjectNode();
+    registerNotesNode();
+    setOutputHook([](int, const char*) {});
+    compareCommands();
+    compareFiles();
+    return qvRunBenchmarks(argc, argv, {});
+}

@@ -1,0 +1,79 @@
+#include "tests/qvutils/ui/project/project_fixture.h"
+
+namespace {
+
+class NodeInfoTest : public ProjectTest {
+protected:
+    qvProjectNodeInfo info(const char* type) {
+        qvProjectNodeInfo record;
+        record.classInfo = DeviceNode::getStaticClassInfo();
+        record.signature = {type, 1, 0};
+        record.displayName = type;
+        return record;
+    }
+    qvMetaDataTable& table = manager.getMetaDataTable();
+};
+
+TEST_F(NodeInfoTest, a_type_is_found_by_everything_it_is_registered_with) {
+    const auto* record = table.FindMetaDataByBlockType("projectTB");
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(table.FindMetaDataByClass("qvProject"), record);
+    EXPECT_EQ(table.FindMetaDataByClassInfo(qvProject::getStaticClassInfo()), record);
+    EXPECT_EQ(table.FindMetaDataByName("Project"), record);
+    EXPECT_EQ(table.FindMetaDataBySuffix("prj"), record);
+    EXPECT_EQ(table.FindMetaDataBySuffix(""), nullptr);
+    EXPECT_EQ(table.FindMetaDataFlags(qvNotesNode::getStaticClassInfo()),
+              qvProjectNodeInfo::plainText);
+    EXPECT_EQ(table.FindMetaDataByBlockType("PROJECTTB"), nullptr);
+    List<QVString> names = table.FindChildNames(DeviceNode::getStaticClassInfo());
+    ASSERT_EQ(names.size(), 1);
+    EXPECT_EQ(names[1], "deviceTB");
+}
+
+TEST_F(NodeInfoTest, the_second_type_of_a_name_is_refused) {
+    qvProjectNodeInfo twin = info("notesTB");
+    const int before = table.size();
+    const qvProjectNodeInfoClass registration(twin);
+    EXPECT_FALSE(qvProjectNodeInfoClass::Register());
+    EXPECT_EQ(output.takeWarnings(),
+              "registration of duplicate node:\n\"Notes\"\nignored\n"
+              "failure in registering node type \"notesTB\"\n");
+    EXPECT_EQ(table.size(), before);
+}
+
+TEST_F(NodeInfoTest, more_children_than_allowed_are_an_error) {
+    std::vector<const qvClassInfo*> children(20, qvNotesNode::getStaticClassInfo());
+    children.push_back(nullptr);
+    qvProjectNodeInfo record = info("crowdTB");
+    record.allowedChildren = children.data();
+    EXPECT_TRUE(table.AddNode(record));
+    EXPECT_TRUE(table.RemoveNode("crowdTB"));
+    children.insert(children.begin(), qvNotesNode::getStaticClassInfo());
+    record.allowedChildren = children.data();
+    EXPECT_FALSE(table.AddNode(record));
+    EXPECT_EQ(error(), "node type \"crowdTB\" lists more than 20 child types\n");
+}
+
+TEST_F(NodeInfoTest, an_unloaded_plugin_leaves_no_registration) {
+    EXPECT_NE(table.FindMetaDataByBlockType("deviceTB"), nullptr);
+    unloadPlugin();
+    EXPECT_EQ(table.FindMetaDataByBlockType("deviceTB"), nullptr);
+    EXPECT_FALSE(addProject()->AddSubnode("deviceTB", "d"));
+    EXPECT_EQ(error(), "node type \"deviceTB\" unknown");
+    loadPlugin();
+    EXPECT_TRUE(manager.FindChild("p")->AddSubnode("deviceTB", "d"));
+}
+
+TEST_F(NodeInfoTest, file_dialogs_offer_every_type_with_a_suffix) {
+    qvProjectNodeInfo record = info("ringTB");
+    record.displayName = "Ring";
+    record.fileSuffix = "rng";
+    table.AddNode(record);
+    EXPECT_EQ(manager.getProjectWildcard(true),
+              "All application files (*.prj;*.rng)|*.prj;*.rng|Project files (*.prj)|*.prj|"
+              "Ring files (*.rng)|*.rng|All files (*.*)|*.*");
+    table.RemoveNode("ringTB");
+    EXPECT_EQ(addProject()->getWildcard(), "Project files (*.prj)|*.prj");
+}
+
+}  // namespace
