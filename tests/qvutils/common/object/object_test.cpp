@@ -9,9 +9,9 @@
 #include "qvutils/common/object/checkable.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/statefiles/sfhandler.h"
-#include "captured_output.h"
-#include "failing_files.h"
-#include "temp_directory.h"
+#include "tests/support/captured_output.h"
+#include "tests/support/failing_files.h"
+#include "tests/support/temp_directory.h"
 
 namespace {
 
@@ -203,7 +203,7 @@ TEST_F(StateFiles, keep_the_old_state_when_any_operation_fails) {
         const bool saved = top.SaveState();
         files.failNever();
         EXPECT_NE(saved, top.IsModified());
-        if (!saved) EXPECT_EQ(contentOf(handler.getSFile("sum")), old) << k;
+        EXPECT_EQ(contentOf(handler.getSFile("sum")) == old, !saved) << k;
         qverr().reset();
     }
     EXPECT_NE(output.takeNormal().find("State not saved\n"), std::string::npos);
