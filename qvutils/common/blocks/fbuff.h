@@ -77,7 +77,6 @@ public:
     /// Each line reader then steps over the blank space and whole-line comments that follow the
     /// line, so that the next line starts at its first non-blank character.
     void SkipComments(bool skip);
-    bool SkipsComments() const { return (flags_ & skipComments) != 0; }
     /// Steps over spaces and tabs.
     void DoSkipWhitespace() const;
 
@@ -104,22 +103,19 @@ public:
     /// Gives up sharing and spare room: the buffer holds exactly its text. For buffers kept long.
     void compact();
 
-protected:
-    /// Becomes the part [from, to) of the other's text, shared; cursor and line untouched.
-    void share(const FBuff& other, unsigned from, unsigned to);
-    /// Forgets the text from `length` on.
-    void cutTo(unsigned length);
-    void releaseLine() { line_.release(); }
-    bool SkipsWhitespace() const { return (flags_ & skipWhitespace) != 0; }
-    /// Steps over whole-line comments and blank lines of the comment source and writes the comments.
-    void carryComments();
-
 private:
+    friend class TextBlock;
     struct Store;
     static constexpr std::uint32_t indentMask = 0xff;
     static constexpr std::uint32_t skipComments = 0x100;
     static constexpr std::uint32_t skipWhitespace = 0x200;
 
+    /// Becomes the part [from, to) of the other's text, shared; the cursor goes to 0.
+    void share(const FBuff& other, unsigned from, unsigned to);
+    /// Forgets the text from `length` on.
+    void cutTo(unsigned length);
+    /// Steps over whole-line comments and blank lines of the comment source and writes the comments.
+    void carryComments();
     void setFlag(std::uint32_t flag, bool on) { flags_ = on ? flags_ | flag : flags_ & ~flag; }
     bool owns() const;
     char* makeRoom(std::uint64_t need);

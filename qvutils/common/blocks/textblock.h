@@ -26,9 +26,9 @@ public:
     TextBlock() = default;
     /// Copies share the text; a write under way is not copied.
     TextBlock(const TextBlock& other);
-    TextBlock(TextBlock&&) noexcept = default;
+    TextBlock(TextBlock&& other) noexcept = default;
     TextBlock& operator=(const TextBlock& other);
-    TextBlock& operator=(TextBlock&&) noexcept = default;
+    TextBlock& operator=(TextBlock&& other) noexcept = default;
     ~TextBlock() = default;
 
     /// Reads the block at the source's cursor and the comments after it. False without a message
@@ -47,7 +47,7 @@ public:
     /// True at the end of the body.
     bool EOB() const;
     void GotoBody() const { setPosn(bodyStart_); }
-    void EndRead() { releaseLine(); }
+    void EndRead() { line_.release(); }
     int getNBodyLines() const;
     /// The text between header line and `end` line, not copied.
     std::string_view body() const;
@@ -99,9 +99,10 @@ public:
 private:
     void empty();
     void takeText(FBuff& source, unsigned from, unsigned bodyFrom, unsigned bodyTo, unsigned to);
+    void refuse(FBuff& source, unsigned from, bool tooDeep);
     void parseHeader();
     void enterBody();
-    void finish(std::string_view endComment);
+    void startBlock(const TBlockSig& sig, const char* name, std::string_view comment);
 
     unsigned blockEnd_ = 0;
     unsigned bodyStart_ = 0;
