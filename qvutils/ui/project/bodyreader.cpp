@@ -17,6 +17,16 @@ bool startsWithWord(std::string_view line, std::string_view word) {
 
 }  // namespace
 
+BodyReader::BodyReader(FBuff& source, Lines lines) : source_(source), lines_(lines) {
+    const std::string_view before = source.text().substr(0, source.getPosn());
+    const std::size_t last = before.find_last_not_of(" \t");
+    if (last == before.npos) {
+        source.setPosn(0);
+    } else if (before[last] == '\n') {
+        source.setPosn(static_cast<unsigned>(last + 1));
+    }
+}
+
 bool BodyReader::next(TextBlock& block) {
     lead_.clear();
     for (;;) {
@@ -29,6 +39,7 @@ bool BodyReader::next(TextBlock& block) {
             return false;
         }
         if (startsWithWord(content, "begin")) {
+            indent_ = line.substr(0, indent);
             const unsigned begin = start + static_cast<unsigned>(indent);
             source_.setPosn(begin);
             if (!block.LoadBlock(source_)) return false;

@@ -9,6 +9,7 @@
 #include "qvutils/common/variables/qvnamespace.h"
 #include "qvutils/ui/project/qvchildnodes.h"
 
+class BodyReader;
 class qvNodeGuard;
 class qvProject;
 class qvProjectManager;
@@ -195,7 +196,7 @@ private:
     bool readPasted(qvProjectNode& child, TextBlock& block, const char* newname);
     bool removeWhenAllowed();
     bool loadBody(TextBlock& block);
-    bool readChild(TextBlock& block, QVString& lead);
+    bool readChild(const BodyReader& reader, TextBlock& block, QVString& lead);
     static bool readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock& block);
 
     QVString name_;

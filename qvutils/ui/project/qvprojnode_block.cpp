@@ -14,6 +14,12 @@ TBlockSig signatureOf(const TextBlock& block) {
     return {block.getType(), block.getMajorVer(), block.getMinorVer()};
 }
 
+/// The header line without its end.
+std::string headerOf(const TextBlock& block) {
+    const std::string header = block.getHeader();
+    return header.substr(0, header.find_last_not_of("\r\n") + 1);
+}
+
 bool hardError() {
     return qverr() && qverr() != SyntaxErrorReport::syntaxErrors;
 }
@@ -144,7 +150,7 @@ bool qvProjectNode::CreateChildNodes(FBuff& buffer) {
     QVString lead;
     while (!hardError() && reader.next(block)) {
         lead += std::string_view(reader.lead());
-        if (!readChild(block, lead)) return false;
+        if (!readChild(reader, block, lead)) return false;
     }
     if (hardError()) return false;
     kept_.closing = lead + std::string_view(reader.lead());
@@ -153,7 +159,7 @@ bool qvProjectNode::CreateChildNodes(FBuff& buffer) {
 
 /// Makes a child of a block; the lines before it go with it, and `lead` is empty then. A block that
 /// cannot become a node is added to them.
-bool qvProjectNode::readChild(TextBlock& block, QVString& lead) {
+bool qvProjectNode::readChild(const BodyReader& reader, TextBlock& block, QVString& lead) {
     const QVString name(block.getName() ? block.getName() : "");
     const bool valid = IsNameValid(name.view());
     const bool taken = FindChild(name.view());
@@ -161,8 +167,9 @@ bool qvProjectNode::readChild(TextBlock& block, QVString& lead) {
         getProjectManager().CreateNodeForTextBlock(signatureOf(block)));
     if (!child) {
         SyntaxErr("node type \"%s\" unknown, kept as it is: %s\n", block.getType(),
-                  block.getHeader());
+                  headerOf(block).c_str());
         if (!valid || taken) {
+            lead += std::string_view(reader.indent());
             lead += block.text();
             return true;
         }
@@ -191,7 +198,7 @@ bool qvProjectNode::readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock&
     const int errors = qvSyntaxErrCount();
     if (!child->ReadTB(block) && !hardError()) {
         if (qvSyntaxErrCount() == errors) {
-            SyntaxErr("block cannot be read: %s\n", block.getHeader());
+            SyntaxErr("block cannot be read: %s\n", headerOf(block).c_str());
         }
         child.reset();
     }

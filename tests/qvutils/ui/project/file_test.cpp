@@ -112,6 +112,7 @@ TEST_F(FileTest, a_project_without_side_files_leaves_no_state_file) {
     p->FindChild("d")->Delete();
     ASSERT_TRUE(p->SaveToFile(path.c_str()));
     EXPECT_FALSE(exists("wg[1]_prj.sta"));
+    manager.ClearNodes();
     SFHandler::InitialiseCacheDir("");
     ASSERT_TRUE(example()->SaveToFile(directory.file("off.prj").c_str()));
     EXPECT_FALSE(exists("off_prj.sta"));
