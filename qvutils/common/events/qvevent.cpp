@@ -92,8 +92,12 @@ void qvEventListener::ListenTo(qvEventSource& source, int id, int tag) {
     list.subscribe(*this, id, tag);
 }
 
-void qvEventListener::RemoveSource(qvEventSource& source) { endSubscriptions(source, nullptr); }
-void qvEventListener::RemoveSource(qvEventSource& source, int id) { endSubscriptions(source, &id); }
+void qvEventListener::RemoveSource(qvEventSource& source) {
+    endSubscriptions(source, nullptr);
+}
+void qvEventListener::RemoveSource(qvEventSource& source, int id) {
+    endSubscriptions(source, &id);
+}
 
 void qvEventListener::endSubscriptions(qvEventSource& source, const int* id) {
     qvSubscriptionList* list = source.list_.load(std::memory_order_acquire);

@@ -61,24 +61,27 @@ qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
     thread.innermost = this;
     // Only this thread writes its count, so the step needs no atomic addition.
     thread.depth.store(thread.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    event.source_ = &source;
+    event.delegated_ = false;
 }
 
 qvRaise::~qvRaise() {
     thread.innermost = outer;
     thread.depth.store(thread.depth.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+    // A listener may have raised the same event on another source: it is the outer one's again.
+    for (qvRaise* raise = outer; raise; raise = raise->outer) {
+        if (&raise->event != &event) continue;
+        event.source_ = raise->source;
+        break;
+    }
 }
 
-void qvRaise::deliver(qvEventListener& listener, int tag) {
-    called = &listener;
-    do {
-        event.source_ = source;
+void qvRaise::callDelegates(int tag) {
+    while (event.delegated_) {
         event.delegated_ = false;
-        called->OnEvent(event, tag);
-        if (!event.delegated_) [[likely]]
-            return;
         called = called ? called->GetDelegate() : nullptr;
-    } while (called && !isOver());
-    event.delegated_ = false;
+        if (called && source) called->OnEvent(event, tag);
+    }
 }
 
 void qvRaise::sourceDestroyed(const qvEventSource& source) {

@@ -1,9 +1,7 @@
 #pragma once
 #include <atomic>
 
-class qvEvent;
-class qvEventListener;
-class qvEventSource;
+#include "qvutils/common/events/qvevent.h"
 
 /// The raises under way on one thread.
 struct qvRaisingThread {
@@ -24,15 +22,22 @@ struct qvRaise {
     qvRaise& operator=(const qvRaise&) = delete;
 
     /// Calls the listener and, while they ask for it, its delegates.
-    void deliver(qvEventListener& listener, int tag);
-    bool isOver() const { return !source; }
+    void deliver(qvEventListener& listener, int tag) {
+        called = &listener;
+        listener.OnEvent(event, tag);
+        if (event.delegated_) [[unlikely]]
+            callDelegates(tag);
+    }
 
     static void sourceDestroyed(const qvEventSource& source);
     static void listenerDestroyed(const qvEventListener& listener);
 
-    qvEventSource* source;
+    qvEventSource* source;  ///< null once it is destroyed
     qvEvent& event;
     qvEventListener* called = nullptr;
     qvRaisingThread& thread;
     qvRaise* const outer;
+
+private:
+    void callDelegates(int tag);
 };

@@ -36,15 +36,15 @@ qvSubscriptionList::~qvSubscriptionList() {
     }
 }
 
+/// When the source or a listener is destroyed meanwhile, its records are marked and passed over.
 void qvSubscriptionList::walk(qvEventSource& source, qvEvent& event) const {
     qvRaise raise(source, event);
+    const int number = event.getID();
     for (const qvSubscription* record = first_.load(std::memory_order_acquire); record;
          record = record->next.load(std::memory_order_acquire)) {
-        if (record->id != 0 && record->id != event.getID()) continue;
+        if (record->id != number && record->id != 0) continue;
         if (record->removed.load(std::memory_order_acquire)) continue;
         raise.deliver(record->listener, record->tag);
-        if (raise.isOver()) [[unlikely]]
-            return;
     }
 }
 

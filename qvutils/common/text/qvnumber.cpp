@@ -242,8 +242,25 @@ QVString hexnumtoA(long value) {
     return QVString(buffer, static_cast<int>(end - buffer));
 }
 
+/// Reads the plain form: an optional "-", digits with at most one ".", and an exponent, nothing
+/// else. Texts of that form are all accepted by the scanner, but for a large exponent.
+static bool readPlain(std::string_view text, double& value) {
+    const char *c = text.data(), *end = c + text.size();
+    if (c != end && *c == '-') ++c;
+    if (c == end || (!isDigit(*c) && *c != '.')) return false;
+    double result;
+    const auto [stop, error] = std::from_chars(c, end, result);
+    if (error != std::errc() || stop != end) return false;
+    std::size_t e = text.find('e');
+    if (e == text.npos) e = text.find('E');
+    if (e != text.npos && text[e + 1] != '-' && text.size() - e > 3) return false;
+    value = c == text.data() ? result : -result;
+    return true;
+}
+
 template <>
 bool qvStringToNumber<double>(QVText text, double& value) {
+    if (readPlain(text.view(), value)) return true;
     NumberScanner scanner;
     if (!scanner.scan(text.view())) return false;
     double result = 0;

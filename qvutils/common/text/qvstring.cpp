@@ -1,6 +1,8 @@
 #include "qvutils/common/text/qvstring.h"
 
+#include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -31,16 +33,19 @@ void require(bool holds, const char* condition) {
 /// The size class that holds n characters: the block is P - 4 bytes, its capacity P - 16. The
 /// characters begin at byte 8, so the NUL after the last one still fits.
 std::uint64_t sizeClass(std::uint64_t n) {
-    if (n == 0) return 16;
-    std::uint64_t size = 32;
-    while (size < n + 16) size *= 2;
-    return size;
+    return n == 0 ? 16 : std::max<std::uint64_t>(32, std::bit_ceil(n + 16));
 }
 
+/// Gives `old`, or a new block when it is nil, the capacity of a size class.
 QVStrRep* resizeBlock(QVStrRep* old, std::uint64_t size) {
-    auto* rep = static_cast<QVStrRep*>(std::realloc(old, size - 4));
+    const bool isNew = old == &QV_nilStrRep;
+    auto* rep = static_cast<QVStrRep*>(isNew ? std::malloc(size - 4) : std::realloc(old, size - 4));
     if (!rep) throw std::bad_alloc();
     rep->sz = static_cast<std::uint32_t>(size - 16);
+    if (isNew) {
+        rep->len = 0;
+        rep->s[0] = '\0';
+    }
     return rep;
 }
 
@@ -126,18 +131,13 @@ bool QVString::aliases(std::string_view s) const {
 
 /// Makes the representation writable with room for n characters. The contents stay.
 bool QVString::reserve(std::size_t n) {
-    if (!IsNull() && n <= rep_->sz) return true;
+    if (n <= rep_->sz && !IsNull()) return true;
     const std::uint64_t size = n > maxBlock ? maxBlock + 1 : sizeClass(n);
     if (size < minBlock || size > maxBlock) {
         Error("Requested length out of range");
         return false;
     }
-    if (IsNull()) {
-        rep_ = resizeBlock(nullptr, size);
-        setLength(0);
-    } else {
-        rep_ = resizeBlock(rep_, size);
-    }
+    rep_ = resizeBlock(rep_, size);
     return true;
 }
 

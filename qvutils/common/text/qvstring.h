@@ -184,47 +184,49 @@ public:
     int CompareTo(QVText s, CaseCompare mode = exact) const;
 
     /// The first occurrence at or after `start`, or -1.
-    int Index(QVPattern p, int start = 0) const;
+    int Index(char c, int start = 0) const;
+    int Index(QVText s, int start = 0) const;
+    int Index(const QVRegex& r, int start = 0) const { return find(r, start).pos; }
     int Index(QVText s, CaseCompare mode) const { return Index(s, 0, mode); }
     int Index(QVText s, int start, CaseCompare mode) const;
-    int Search(QVPattern p, int start = 0) const { return Index(p, start); }
-    int First(QVPattern p) const { return Index(p); }
+    int Search(const QVPattern& p, int start = 0) const { return find(p, start).pos; }
+    int First(const QVPattern& p) const { return find(p, 0).pos; }
     /// The last occurrence, or -1.
-    int Last(QVPattern p) const;
+    int Last(const QVPattern& p) const;
     /// Does it occur at or after `start`?
-    bool Contains(QVPattern p, int start = 0) const { return Index(p, start) >= 0; }
+    bool Contains(const QVPattern& p, int start = 0) const { return find(p, start).pos >= 0; }
     bool Contains(QVText s, CaseCompare mode) const { return Index(s, mode) >= 0; }
     /// Is it all of the text from `start` to the end?
-    bool Matches(QVPattern p, int start = 0) const;
+    bool Matches(const QVPattern& p, int start = 0) const;
     /// How many occurrences that do not overlap.
-    int Freq(QVPattern p) const;
+    int Freq(const QVPattern& p) const;
 
     /// The occurrence itself; what is before it; what is before it and it; it and what is after;
     /// what is after it.
     QVSubString At(int pos, int len) const { return {*this, pos, len}; }
     QVSubString At(char c, int start = 0) const { return At(QVPattern(c), start); }
-    QVSubString At(QVPattern p, int start = 0) const;
+    QVSubString At(const QVPattern& p, int start = 0) const;
     QVSubString Before(int pos) const { return {*this, 0, pos}; }
     QVSubString Before(char c, int start = 0) const { return Before(QVPattern(c), start); }
-    QVSubString Before(QVPattern p, int start = 0) const;
+    QVSubString Before(const QVPattern& p, int start = 0) const;
     QVSubString Through(int pos) const { return {*this, 0, inBounds(pos) ? pos + 1 : 0}; }
     QVSubString Through(char c, int start = 0) const { return Through(QVPattern(c), start); }
-    QVSubString Through(QVPattern p, int start = 0) const;
+    QVSubString Through(const QVPattern& p, int start = 0) const;
     QVSubString From(int pos) const { return {*this, pos, Length()}; }
     QVSubString From(char c, int start = 0) const { return From(QVPattern(c), start); }
-    QVSubString From(QVPattern p, int start = 0) const;
+    QVSubString From(const QVPattern& p, int start = 0) const;
     QVSubString After(int pos) const { return {*this, inBounds(pos) ? pos + 1 : -1, Length()}; }
     QVSubString After(char c, int start = 0) const { return After(QVPattern(c), start); }
-    QVSubString After(QVPattern p, int start = 0) const;
+    QVSubString After(const QVPattern& p, int start = 0) const;
     QVSubString operator()(int pos, int len) const { return {*this, pos, len}; }
     QVString SubString(int pos, int len) const { return QVString(At(pos, len)); }
 
     void Del(int pos, int len) { edit(pos, len, {}); }
     /// Deletes the first occurrence at or after `start`; false when there is none.
     bool Del(char c, int start = 0) { return Del(QVPattern(c), start); }
-    bool Del(QVPattern p, int start = 0);
+    bool Del(const QVPattern& p, int start = 0);
     /// Replaces every occurrence (they do not overlap) and returns their number.
-    int GSub(QVPattern p, QVText replacement);
+    int GSub(const QVPattern& p, QVText replacement);
     /// A position past the end inserts at the end.
     void Insert(int pos, QVText s) { edit(pos, 0, s); }
     void Replace(int pos, int len, QVText s) { edit(pos, len, s); }

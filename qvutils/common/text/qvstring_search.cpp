@@ -59,14 +59,11 @@ int QVString::CompareTo(QVText s, CaseCompare mode) const {
 }
 
 QVString::Found QVString::find(const QVPattern& p, int start) const {
-    if (start < 0 || start > Length()) return {-1, 0};
-    const auto from = static_cast<std::size_t>(start);
     switch (p.kind()) {
         case QVPattern::character:
-            return {toPosition(view().find(p.getChar(), from)), 1};
+            return {Index(p.getChar(), start), 1};
         case QVPattern::text:
-            return {toPosition(view().find(p.getText(), from)),
-                    static_cast<int>(p.getText().size())};
+            return {Index(p.getText(), start), static_cast<int>(p.getText().size())};
         case QVPattern::regex:
             break;
     }
@@ -75,12 +72,16 @@ QVString::Found QVString::find(const QVPattern& p, int start) const {
     return {pos, length};
 }
 
-int QVString::Index(QVPattern p, int start) const {
-    return find(p, start).pos;
+int QVString::Index(char c, int start) const {
+    return start < 0 ? -1 : toPosition(view().find(c, static_cast<std::size_t>(start)));
+}
+
+int QVString::Index(QVText s, int start) const {
+    return start < 0 ? -1 : toPosition(view().find(s.view(), static_cast<std::size_t>(start)));
 }
 
 int QVString::Index(QVText s, int start, CaseCompare mode) const {
-    if (mode == exact) return Index(QVPattern(s.view()), start);
+    if (mode == exact) return Index(s, start);
     if (start < 0 || start > Length()) return -1;
     const std::string_view all = view(), wanted = s.view();
     const auto found =
@@ -89,14 +90,14 @@ int QVString::Index(QVText s, int start, CaseCompare mode) const {
     return static_cast<int>(found - all.begin());
 }
 
-int QVString::Last(QVPattern p) const {
+int QVString::Last(const QVPattern& p) const {
     if (p.kind() == QVPattern::character) return toPosition(view().rfind(p.getChar()));
     if (p.kind() == QVPattern::text) return toPosition(view().rfind(p.getText()));
     int length = 0;
     return p.getRegex().SearchLast(*this, length);
 }
 
-bool QVString::Matches(QVPattern p, int start) const {
+bool QVString::Matches(const QVPattern& p, int start) const {
     if (start < 0 || start > Length()) return false;
     const std::string_view rest = view().substr(static_cast<std::size_t>(start));
     switch (p.kind()) {
@@ -110,43 +111,43 @@ bool QVString::Matches(QVPattern p, int start) const {
     return p.getRegex().MatchesAll(*this, start);
 }
 
-int QVString::Freq(QVPattern p) const {
+int QVString::Freq(const QVPattern& p) const {
     int count = 0;
     for (Found f = find(p, 0); f.pos >= 0; f = find(p, f.pos + std::max(f.len, 1))) ++count;
     return count;
 }
 
-QVSubString QVString::At(QVPattern p, int start) const {
+QVSubString QVString::At(const QVPattern& p, int start) const {
     const Found f = find(p, start);
     return {*this, f.pos, f.len};
 }
 
-QVSubString QVString::Before(QVPattern p, int start) const {
+QVSubString QVString::Before(const QVPattern& p, int start) const {
     return {*this, 0, find(p, start).pos};
 }
 
-QVSubString QVString::Through(QVPattern p, int start) const {
+QVSubString QVString::Through(const QVPattern& p, int start) const {
     const Found f = find(p, start);
     return {*this, 0, f.pos < 0 ? 0 : f.pos + f.len};
 }
 
-QVSubString QVString::From(QVPattern p, int start) const {
+QVSubString QVString::From(const QVPattern& p, int start) const {
     return {*this, find(p, start).pos, Length()};
 }
 
-QVSubString QVString::After(QVPattern p, int start) const {
+QVSubString QVString::After(const QVPattern& p, int start) const {
     const Found f = find(p, start);
     return {*this, f.pos < 0 ? -1 : f.pos + f.len, Length()};
 }
 
-bool QVString::Del(QVPattern p, int start) {
+bool QVString::Del(const QVPattern& p, int start) {
     const Found f = find(p, start);
     if (f.pos < 0) return false;
     edit(f.pos, f.len, std::string_view());
     return true;
 }
 
-int QVString::GSub(QVPattern p, QVText replacement) {
+int QVString::GSub(const QVPattern& p, QVText replacement) {
     QVString result;
     int count = 0, copied = 0;
     for (Found f = find(p, 0); f.pos >= 0; f = find(p, f.pos + std::max(f.len, 1))) {
