@@ -41,15 +41,14 @@ bool QVCommandBase::Execute(const char* text) {
     bool completed = true;
     qvStatementReader reader(text);
     qvStatement statement;
-    std::string command, comment, shown;
+    std::string command, comment;
     while (completed && reader.next(statement)) {
         line_ = statement.line;
         qverr().reset();
         command = statement.text;
         comment.clear();
         if (!statement.comment.empty()) comment.append("  ").append(statement.comment);
-        shown = command + comment;
-        completed = OnParseCommand(shown.c_str(), "", aboutToRun) &&
+        completed = tell(command.c_str(), comment.c_str(), "", aboutToRun) &&
                     ParseCommand(command.c_str(), comment.c_str(), hasRun);
     }
     const bool succeeded = completed && !failed_;
@@ -68,6 +67,10 @@ bool QVCommandBase::ParseCommand(const char* command, const char* comment, int f
         failed_ = true;
         OnCommandError(line_, command, qverr().chars());
     }
+    return tell(command, comment, result, flags);
+}
+
+bool QVCommandBase::tell(const char* command, const char* comment, const char* result, int flags) {
     if (!*comment) return OnParseCommand(command, result, flags);
     return OnParseCommand((std::string(command) + comment).c_str(), result, flags);
 }
@@ -77,11 +80,11 @@ bool QVCommandBase::ParseCommand(const char* command, const char* comment, int f
 void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
     const std::size_t assignment = qvFindAssignment(statement);
     std::string_view rest = statement;
-    switch (classify(qvTakeWord(rest), assignment != statement.npos, statement.empty())) {
+    const std::string_view word = qvTakeWord(rest);
+    switch (classify(word, assignment != statement.npos)) {
         case Form::empty: return;
         case Form::reference:
         case Form::copy: {
-            const std::string_view word = statement.substr(0, statement.find_first_of(" \t"));
             const std::string_view name =
                 qvTrimmed(statement.substr(word.size(), assignment - word.size()));
             const std::string_view path = qvTrimmed(statement.substr(assignment + 1));
@@ -105,9 +108,8 @@ void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
     CodeError("QVCommandBase::ParseCommand", "command_line", __LINE__);
 }
 
-QVCommandBase::Form QVCommandBase::classify(std::string_view firstWord, bool hasAssignment,
-                                            bool isEmpty) {
-    if (isEmpty) return Form::empty;
+QVCommandBase::Form QVCommandBase::classify(std::string_view firstWord, bool hasAssignment) {
+    if (firstWord.empty()) return Form::empty;
     if (hasAssignment && firstWord == "Ref&") return Form::reference;
     if (hasAssignment && firstWord == "Set") return Form::copy;
     if (firstWord == "Del") return Form::deletion;

@@ -94,8 +94,9 @@ private:
     enum class lastMethod { asWritten, called };
 
     bool ParseCommand(const char* command, const char* comment, int flags);
+    bool tell(const char* command, const char* comment, const char* result, int flags);
     void runStatement(std::string_view statement, QVString& result);
-    static Form classify(std::string_view firstWord, bool hasAssignment, bool isEmpty);
+    static Form classify(std::string_view firstWord, bool hasAssignment);
     void defineReference(std::string_view name, std::string_view path);
     void defineCopy(std::string_view name, std::string_view path);
     void deleteReference(std::string_view name);

@@ -79,7 +79,8 @@ std::size_t qvFindAssignment(std::string_view statement) {
 }
 
 std::string_view qvTakeWord(std::string_view& text) {
-    const std::size_t end = text.find_first_of(" \t");
+    std::size_t end = 0;
+    while (end < text.size() && !isBlank(text[end])) ++end;
     const std::string_view word = text.substr(0, end);
     text.remove_prefix(word.size());
     text = qvTrimmed(text);

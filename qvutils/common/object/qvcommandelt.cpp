@@ -6,7 +6,7 @@
 
 void QVCommandElt::Init(void* ptr, int kind, bool readOnly, bool isCopy, int ndims,
                         QVObject* parent, void*, void*) {
-    unalloc();
+    if (kind_ != qvKindNone || owned_) unalloc();
     kind_ = static_cast<short>(kind);
     ndims_ = static_cast<signed char>(ndims);
     readOnly_ = readOnly;

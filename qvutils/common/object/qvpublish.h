@@ -1,6 +1,5 @@
 #pragma once
 #include <cstddef>
-#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -93,8 +92,10 @@ public:
 
     bool wants(const char* name) const {
         if (all_) return true;
-        return !found_ && std::strncmp(name, wanted_.data(), wanted_.size()) == 0 &&
-               name[wanted_.size()] == '\0';
+        // Most names differ at once, so the characters are compared here.
+        std::size_t i = 0;
+        while (i < wanted_.size() && name[i] == wanted_[i]) ++i;
+        return i == wanted_.size() && name[i] == '\0' && !found_;
     }
     /// Whether help texts that must be computed are asked for.
     bool wantsTexts() const { return withTexts_; }
