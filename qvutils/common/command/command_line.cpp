@@ -191,33 +191,30 @@ QVCommandElt QVCommandBase::getPublishedElt(const char* path, bool withTexts) {
     return element;
 }
 
-/// Follows a path (see qvPathScanner). The whole path is read first, so that a mistake at its end
-/// is found before a method in its middle is called.
-bool QVCommandBase::resolve(std::string_view path, lastMethod last, bool withTexts,
+/// Follows a path. It has been read whole before the first step, so that a mistake at its end is
+/// found before a method in its middle is called.
+bool QVCommandBase::resolve(std::string_view text, lastMethod last, bool withTexts,
                             QVCommandElt& element, bool* called) {
-    path = qvTrimmed(path);
-    if (!qvPathScanner::check(path)) return false;
-    qvPathScanner scanner(path);
-    qvPathStep step;
-    bool found = false;
-    for (bool first = true; scanner.next(step); first = false) {
-        found = first ? enterRoot(step.name, path, element)
-                      : enterChild(step.name, withTexts, element);
+    text = qvTrimmed(text);
+    const qvPath path(text);
+    if (path.size() == 0 && !qverr()) qverr().set("could not find item \"\"\n");
+    if (path.size() == 0) return false;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const qvPathStep& step = path[i];
+        const bool isLast = i + 1 == path.size();
+        bool found = i == 0 ? enterRoot(step.name, text, element)
+                            : enterChild(step.name, withTexts, element);
         if (found && step.nIndices > 0) found = enterEntry(step, element);
-        const bool callsUnwritten =
-            scanner.atEnd() && last == lastMethod::called && element.IsFunction();
-        const bool calls = step.hasArgs || callsUnwritten;
-        if (found && calls) found = callMethod(step, element);
-        if (called) *called = calls;
-        if (found && calls && element.IsNull() && !scanner.atEnd()) {
-            qverr().setf("%.*s returns NULL\n", size(step.name), step.name.data());
-            found = false;
+        const bool calls =
+            step.hasArgs || (isLast && last == lastMethod::called && element.IsFunction());
+        if (found && calls) found = callMethod(step, isLast, element);
+        if (!found) {
+            element = QVCommandElt();
+            return false;
         }
-        if (!found) break;
+        if (called) *called = calls;
     }
-    if (!found && !qverr()) qverr().set("could not find item \"\"\n");
-    if (!found) element = QVCommandElt();
-    return found;
+    return true;
 }
 
 bool QVCommandBase::enterRoot(std::string_view name, std::string_view path,
@@ -274,16 +271,19 @@ bool QVCommandBase::enterEntry(const qvPathStep& step, QVCommandElt& element) {
             return false;
         }
     }
-    element = element.entryElt(step.indices[0], step.indices[1]);
+    element.enterEntry(step.indices[0], step.indices[1]);
     return true;
 }
 
-bool QVCommandBase::callMethod(const qvPathStep& step, QVCommandElt& element) {
+bool QVCommandBase::callMethod(const qvPathStep& step, bool isLast, QVCommandElt& element) {
     if (!element.IsFunction()) {
         qverr().setf("%.*s is not a function\n", size(step.name), step.name.data());
         return false;
     }
     QVCommandElt result = element.ExecuteFn(std::string(step.args).c_str());
+    if (!qverr() && !isLast && result.IsNull()) {
+        qverr().setf("%.*s returns NULL\n", size(step.name), step.name.data());
+    }
     if (qverr()) return false;
     result.keepAlive(element);
     element = std::move(result);

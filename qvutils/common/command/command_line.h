@@ -101,12 +101,12 @@ private:
     void defineCopy(std::string_view name, std::string_view path);
     void deleteReference(std::string_view name);
     void help(std::string_view path, QVString& result);
-    bool resolve(std::string_view path, lastMethod last, bool withTexts, QVCommandElt& element,
+    bool resolve(std::string_view text, lastMethod last, bool withTexts, QVCommandElt& element,
                  bool* called = nullptr);
     bool enterRoot(std::string_view name, std::string_view path, QVCommandElt& element);
     bool enterChild(std::string_view name, bool withTexts, QVCommandElt& element);
     bool enterEntry(const qvPathStep& step, QVCommandElt& element);
-    bool callMethod(const qvPathStep& step, QVCommandElt& element);
+    bool callMethod(const qvPathStep& step, bool isLast, QVCommandElt& element);
     bool checkName(std::string_view name);
     void listRoots(std::vector<std::string>& names);
 

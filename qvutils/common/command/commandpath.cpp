@@ -16,16 +16,20 @@ bool endsName(char c) {
 
 }  // namespace
 
-bool qvPathScanner::check(std::string_view path) {
-    qvPathScanner scanner(path);
-    qvPathStep step;
-    while (scanner.next(step)) continue;
-    return !qverr();
+qvPath::qvPath(std::string_view text) : text_(text), rest_(text) {
+    while (!rest_.empty()) {
+        if (step(append())) continue;
+        size_ = 0;
+        return;
+    }
 }
 
-bool qvPathScanner::next(qvPathStep& step) {
-    if (rest_.empty()) return false;
-    step = qvPathStep();
+qvPathStep& qvPath::append() {
+    if (size_++ < near_.size()) return near_[size_ - 1];
+    return far_.emplace_back();
+}
+
+bool qvPath::step(qvPathStep& step) {
     if (!name(step)) return false;
     while (take('[')) {
         if (!index(step)) return false;
@@ -35,7 +39,7 @@ bool qvPathScanner::next(qvPathStep& step) {
 }
 
 /// name := one or more characters other than . [ ] ( ), blanks around them left out
-bool qvPathScanner::name(qvPathStep& step) {
+bool qvPath::name(qvPathStep& step) {
     std::size_t end = 0;
     while (end < rest_.size() && !endsName(rest_[end])) ++end;
     step.name = qvTrimmed(rest_.substr(0, end));
@@ -44,7 +48,7 @@ bool qvPathScanner::name(qvPathStep& step) {
 }
 
 /// "[" integer "]", the opening bracket already taken
-bool qvPathScanner::index(qvPathStep& step) {
+bool qvPath::index(qvPathStep& step) {
     if (step.nIndices == 2) return fail("parse error: too many indices!\n");
     skipBlanks();
     const std::size_t close = rest_.find(']');
@@ -64,7 +68,7 @@ bool qvPathScanner::index(qvPathStep& step) {
 }
 
 /// "(" arguments ")", the opening bracket already taken
-bool qvPathScanner::arguments(qvPathStep& step) {
+bool qvPath::arguments(qvPathStep& step) {
     qvQuotes quotes;
     int depth = 1;
     for (std::size_t i = 0; i < rest_.size(); ++i) {
@@ -78,12 +82,12 @@ bool qvPathScanner::arguments(qvPathStep& step) {
         }
     }
     // The path looks closed at its end, so the bracket is missing further in.
-    const bool closedAtEnd = path_.back() == ')';
+    const bool closedAtEnd = text_.back() == ')';
     return fail(closedAtEnd ? "parse error: ')' missing?\n" : "parse error: missing ')' ?\n");
 }
 
 /// ( "." step | end of the path )
-bool qvPathScanner::endOfStep() {
+bool qvPath::endOfStep() {
     skipBlanks();
     if (rest_.empty()) return true;
     if (take('.')) {
@@ -94,19 +98,18 @@ bool qvPathScanner::endOfStep() {
     return fail(rest_[0] == ')' ? "parse error: '(' missing?\n" : "parse error\n");
 }
 
-void qvPathScanner::skipBlanks() {
+void qvPath::skipBlanks() {
     while (!rest_.empty() && (rest_[0] == ' ' || rest_[0] == '\t')) rest_.remove_prefix(1);
 }
 
-bool qvPathScanner::take(char c) {
+bool qvPath::take(char c) {
     skipBlanks();
     if (rest_.empty() || rest_[0] != c) return false;
     rest_.remove_prefix(1);
     return true;
 }
 
-bool qvPathScanner::fail(const char* message) {
+bool qvPath::fail(const char* message) {
     qverr().set(message);
-    rest_ = {};
     return false;
 }

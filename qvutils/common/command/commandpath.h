@@ -1,5 +1,8 @@
 #pragma once
+#include <array>
+#include <cstddef>
 #include <string_view>
+#include <vector>
 
 /// One name of a path, with what follows it.
 struct qvPathStep {
@@ -10,31 +13,36 @@ struct qvPathStep {
     std::string_view args;  ///< what stands between the brackets of a call
 };
 
-/// Reads a path step by step:
+/// A path cut into its steps:
 ///
 ///     path := step { "." step }
 ///     step := name { "[" integer "]" } [ "(" arguments ")" ]
 ///
 /// Brackets in the arguments pair up, those inside double quotes do not count.
-class qvPathScanner {
+class qvPath {
 public:
-    explicit qvPathScanner(std::string_view path) : path_(path), rest_(path) {}
+    /// A syntax error is posted to qverr(), and the path is then empty.
+    explicit qvPath(std::string_view text);
 
-    /// False at the end, and after a syntax error, which is posted to qverr().
-    bool next(qvPathStep& step);
-    bool atEnd() const { return rest_.empty(); }
-    /// Reads all steps; false after a syntax error.
-    static bool check(std::string_view path);
+    std::size_t size() const { return size_; }
+    const qvPathStep& operator[](std::size_t i) const {
+        return i < near_.size() ? near_[i] : far_[i - near_.size()];
+    }
 
 private:
-    void skipBlanks();
-    bool take(char c);
+    qvPathStep& append();
+    bool step(qvPathStep& step);
     bool name(qvPathStep& step);
     bool index(qvPathStep& step);
     bool arguments(qvPathStep& step);
     bool endOfStep();
+    void skipBlanks();
+    bool take(char c);
     bool fail(const char* message);
 
-    std::string_view path_;
+    std::string_view text_;
     std::string_view rest_;
+    std::size_t size_ = 0;
+    std::array<qvPathStep, 4> near_;  ///< enough for most paths
+    std::vector<qvPathStep> far_;
 };

@@ -60,16 +60,16 @@ void* QVCommandElt::getEntry(int i, int j) const {
 }
 
 QVCommandElt QVCommandElt::entryElt(int i, int j) const {
-    QVCommandElt entry;
-    entry.ptr_ = getEntry(i, j);
-    entry.kind_ = kind_;
-    entry.readOnly_ = readOnly_;
-    entry.parent_ = parent_;
-    entry.owned_ = owned_;
-    entry.capacity_ = capacity_;
-    entry.setTexts(name_, description_, texts_[0], texts_[1], texts_[2]);
-    entry.computedDescription_ = computedDescription_;
+    QVCommandElt entry = *this;
+    entry.enterEntry(i, j);
     return entry;
+}
+
+void QVCommandElt::enterEntry(int i, int j) {
+    ptr_ = getEntry(i, j);
+    held_.clear();
+    ndims_ = 0;
+    isCopy_ = false;
 }
 
 bool QVCommandElt::getEntryText(int i, int j, QVString& text) const {

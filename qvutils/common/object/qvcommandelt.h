@@ -45,6 +45,8 @@ public:
     void* getEntry(int i, int j) const override;
     /// The list or matrix entry as a scalar element. The index is in range.
     QVCommandElt entryElt(int i, int j) const;
+    /// Makes this element that entry.
+    void enterEntry(int i, int j);
     /// The entry's value as text; false for a kind without a text form.
     bool getEntryText(int i, int j, QVString& text) const;
 

@@ -69,13 +69,12 @@ public:
         return container_ != nullptr;
     }
     PublishContainer* get() const { return container_; }
-
-private:
     void clear() {
         if (container_) container_->~PublishContainer();
         container_ = nullptr;
     }
 
+private:
     PublishContainer* container_ = nullptr;
     alignas(void*) unsigned char storage_[4 * sizeof(void*)];
 };
