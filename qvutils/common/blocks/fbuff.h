@@ -50,6 +50,7 @@ public:
     /// Supplies a missing "\n", steps over the counterpart in the comment source and carries the
     /// whole-line comments after it.
     void AppendLine(std::string_view text);
+    void AppendLine(const char* text) { AppendLine(std::string_view(text ? text : "")); }
     /// Writes a whole child block. Its counterpart, the next child block in the comment source, is
     /// stepped over (the child carried its own comments) and whole-line comments after it carried.
     void AppendBlock(const FBuff& block);

@@ -32,9 +32,9 @@ public:
     /// Puts a side file to use and returns the path under which the owner writes and reads it.
     /// Empty, without an error, when state files are switched off.
     std::string UseSFile(const char* name);
-    /// The path of a side file, empty when there is none of this name.
+    /// The path of a side file in use, empty when there is none of this name.
     std::string getSFile(const char* name) const;
-    /// Undoes one UseSFile. A side file no longer in use is not stored.
+    /// Undoes one UseSFile. A side file no longer in use is removed.
     void ReleaseSFile(const char* name);
     int getNSFiles() const { return static_cast<int>(entries_.size()); }
     /// Names count from 0; null beyond the last.
@@ -42,8 +42,9 @@ public:
 
     /// Writes a record for each side file in use. False after a failure, with an error pending.
     bool StoreSFiles(FILE* file, const char* key);
-    /// Replaces the side files by those that a state file holds for `key`. The first form reads
-    /// through the whole file each time.
+    /// Replaces the side files by those that a state file holds for `key`. Given a file that no
+    /// StateFileRecords has scanned, this reads through the whole of it. False after a failure, with
+    /// an error pending.
     bool ExtractSFiles(FILE* file, const char* key);
     bool ExtractSFiles(StateFileRecords& records, const char* key);
     /// Forgets all side files and removes their files.

@@ -29,7 +29,9 @@ struct StateFileRecord {
     bool claimed = false;  ///< an owner has asked for its key
 };
 
-/// The records of a state file, found in one pass, so that many owners need not each read the file.
+/// The records of a state file, found in one pass. While an object of this class lives, every
+/// SFHandler that extracts from the same FILE on the same thread finds its records here, so that
+/// many owners need not each read the whole file, and it is known which records nobody claimed.
 /// Reading ends at a record of size 0, and with a warning at the first damaged one.
 class QVCORE_API StateFileRecords {
 public:
@@ -43,6 +45,8 @@ public:
     /// Reads the records of a file that the caller has opened and keeps open.
     void scan(FILE* file);
     void close();
+    /// The object that has scanned this file, or null.
+    static StateFileRecords* of(FILE* file);
 
     std::size_t count() const { return records_.size(); }
     const StateFileRecord& operator[](std::size_t i) const { return records_[i]; }
@@ -55,8 +59,7 @@ public:
     bool extract(std::size_t i, const std::string& path) const;
 
 private:
-    bool readRecord(std::int64_t fileSize);
-    bool readText(std::int64_t fileSize, std::string& text);
+    class Reader;
 
     FILE* file_ = nullptr;
     bool owned_ = false;
