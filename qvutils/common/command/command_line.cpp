@@ -31,6 +31,7 @@ QVCommandBase::~QVCommandBase() = default;
 
 bool QVCommandBase::Execute(const char* text) {
     if (nesting_ == maxNesting) {
+        unwinding_ = true;
         qverr().setf("command texts run each other more than %d deep\n", maxNesting);
         return false;
     }
@@ -42,7 +43,7 @@ bool QVCommandBase::Execute(const char* text) {
     qvStatementReader reader(text);
     qvStatement statement;
     std::string command, comment;
-    while (completed && reader.next(statement)) {
+    while (completed && !unwinding_ && reader.next(statement)) {
         line_ = statement.line;
         qverr().reset();
         command = statement.text;
@@ -52,7 +53,7 @@ bool QVCommandBase::Execute(const char* text) {
                     ParseCommand(command.c_str(), comment.c_str(), hasRun);
     }
     const bool succeeded = completed && !failed_;
-    --nesting_;
+    if (--nesting_ == 0) unwinding_ = false;
     line_ = outerLine;
     failed_ = outerFailed;
     return succeeded;

@@ -32,7 +32,8 @@ public:
     /// The flags given to OnParseCommand.
     static constexpr int aboutToRun = 1;
     static constexpr int hasRun = 2;
-    /// How deep texts may run texts: a script that runs itself ends with an error.
+    /// How deep texts may run texts. A script that runs itself ends with an error, and with it all
+    /// texts that led there.
     static constexpr int maxNesting = 64;
 
     QVCommandBase();
@@ -115,4 +116,5 @@ private:
     int line_ = 0;
     int nesting_ = 0;
     bool failed_ = false;
+    bool unwinding_ = false;  ///< texts ran each other too deep: all of them end
 };
