@@ -64,7 +64,7 @@ CommandTimes timeCommands(int n) {
         });
     };
     const auto quoted = [](const char* prefix, int i) {
-        return '"' + (prefix + std::to_string(i)) + '"';
+        return std::string("\"").append(prefix).append(std::to_string(i)).append("\"");
     };
     CommandTimes times;
     times.add = time(n, [&](int i) { return project + "addsubnode(\"notesTB\", " + quoted("n", i) + ")"; });
@@ -111,12 +111,16 @@ const std::string& noteText() {
     return text;
 }
 
+std::string noteName(int i) {
+    return std::string("n").append(std::to_string(i));
+}
+
 void makeProject(int n) {
     getProjectManager().ClearNodes();
     getProjectManager().AddSubnode("projectTB", "p");
     qvProjectNode* project = getProjectManager().FindChild("p");
     for (int i = 0; i < n; ++i) {
-        project->AddSubnode("notesTB", ("n" + std::to_string(i)).c_str());
+        project->AddSubnode("notesTB", noteName(i).c_str());
         static_cast<qvNotesNode*>(project->getNodes()[i + 1])->setText(noteText().c_str());
     }
 }
@@ -143,7 +147,7 @@ void writeXml(const std::string& path, int n) {
     project.append_attribute("name") = "p";
     for (int i = 0; i < n; ++i) {
         pugi::xml_node note = project.append_child("notes");
-        note.append_attribute("name") = ("n" + std::to_string(i)).c_str();
+        note.append_attribute("name") = noteName(i).c_str();
         note.append_child(pugi::node_pcdata).set_value(noteText().c_str());
     }
     document.save_file(path.c_str(), "", pugi::format_raw);
