@@ -72,7 +72,8 @@ public:
         return nullptr;
     }
     void Remove() {
-        for (int i = 1; i <= parent->parts.size(); ++i) {
+        if (!parent) return qverr().set("the root stays\n");
+        for (int i = 1;; ++i) {
             if (parent->parts[i] != this) continue;
             parent->parts.erase(i);
             delete this;

@@ -1,0 +1,67 @@
+// Runs every example of the command language's description and compares what it says they print.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "qvutils/common/error/qverror.h"
+#include "qvutils/ui/app/qvappBase.h"
+#include "qvutils/ui/app/qvcommandobject.h"
+#include "tests/support/captured_output.h"
+#include "tests/support/temp_directory.h"
+
+namespace {
+
+/// Writes what happens in the form that the document uses.
+class Transcript : public qvCommandObject {
+public:
+    bool OnParseCommand(const char*, const char* result, int flags) override {
+        if (flags == hasRun) add("//= ", result);
+        return true;
+    }
+    void OnCommandError(int, const char*, const char* message) override { add("//! ", message); }
+
+    std::string text;
+
+private:
+    void add(const char* mark, const char* lines) {
+        std::istringstream stream(lines);
+        for (std::string line; std::getline(stream, line);) text += mark + line + '\n';
+    }
+};
+
+bool isOutcome(const std::string& line) {
+    return line.starts_with("//=") || line.starts_with("//!");
+}
+
+TEST(CommandLanguageDocument, examples_print_what_they_say) {
+    CapturedOutput output;
+    Transcript commands;
+    qvAppBase app("documents", "1.0", commands);
+    std::istringstream document(contentOf(QV_DOCUMENT));
+    std::string line, statement, expected;
+    int examples = 0;
+    const auto finish = [&] {
+        EXPECT_EQ(commands.text, expected) << "after: " << statement;
+        commands.text.clear();
+        expected.clear();
+    };
+    bool inside = false;
+    while (std::getline(document, line)) {
+        if (line.starts_with("```")) {
+            finish();
+            inside = line == "```qv";
+            examples += inside;
+        } else if (inside && isOutcome(line)) {
+            expected += line + '\n';
+        } else if (inside) {
+            finish();
+            statement = line;
+            commands.Execute(line.c_str());
+            qverr().reset();
+        }
+    }
+    EXPECT_GT(examples, 5);
+}
+
+}  // namespace
