@@ -203,7 +203,7 @@ bool QVCommandBase::resolve(std::string_view text, lastMethod last, bool withTex
     for (std::size_t i = 0; i < path.size(); ++i) {
         const qvPathStep& step = path[i];
         const bool isLast = i + 1 == path.size();
-        bool found = i == 0 ? enterRoot(step.name, text, element)
+        bool found = i == 0 ? enterRoot(step.name, path.withoutCall(text), element)
                             : enterChild(step.name, withTexts, element);
         if (found && step.nIndices > 0) found = enterEntry(step, element);
         const bool calls =

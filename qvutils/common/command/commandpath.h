@@ -28,6 +28,12 @@ public:
     const qvPathStep& operator[](std::size_t i) const {
         return i < near_.size() ? near_[i] : far_[i - near_.size()];
     }
+    /// The text of the path without the arguments of a call at its end.
+    std::string_view withoutCall(std::string_view text) const {
+        const qvPathStep& last = (*this)[size_ - 1];
+        if (!last.hasArgs) return text;
+        return text.substr(0, static_cast<std::size_t>(last.args.data() - text.data()) - 1);
+    }
 
 private:
     qvPathStep& append();

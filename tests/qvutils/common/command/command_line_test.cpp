@@ -99,6 +99,7 @@ TEST_F(CommandLine, paths_go_through_lists_and_method_results) {
 
     const std::pair<const char*, const char*> errors[] = {
         {"other.width", "could not find item \"other.width\""},
+        {"other.part(1).scale(2)", "could not find item \"other.part(1).scale\""},
         {"app.widht", "could not find item \"widht\""},
         {"app.width.x", "could not find item \"x\""},
         {"app.parts.name", "could not find item \"name\""},
