@@ -53,7 +53,7 @@ TEST_F(AppTest, the_working_directory_is_set_read_and_stored_in_wdir) {
     EXPECT_EQ(valueOf("wdir"), qvplatform::currentDirectory());
 
     EXPECT_FALSE(commands.Execute("app.setwdir(\"no such directory\")"));
-    EXPECT_NE(std::string(qverr().chars()).find("no such directory"), std::string::npos);
+    EXPECT_NE(std::string(qverr().chars_and_reset()).find("no such directory"), std::string::npos);
     EXPECT_EQ(valueOf("wdir"), qvplatform::currentDirectory());
     EXPECT_TRUE(qvplatform::setCurrentDirectory(before));
 }
