@@ -263,7 +263,7 @@ void QVString::edit(int pos, int len, std::string_view s) {
     if (!reserve(result)) return;
     char* at = rep_->s + from;
     std::memmove(at + s.size(), at + gone, length - from - gone);
-    std::memcpy(at, s.data(), s.size());
+    if (!s.empty()) std::memcpy(at, s.data(), s.size());
     setLength(result);
 }
 
