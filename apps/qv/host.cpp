@@ -1,10 +1,12 @@
 #include "apps/qv/host.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/ui/project/qvprojman.h"
 
 namespace {
 
@@ -28,12 +30,43 @@ void printLine(const char* text) {
     if (length == 0 || text[length - 1] != '\n') std::fputc('\n', stdout);
 }
 
-// A line that is only a comment reads as prose between the statements.
-void echo(const char* command) {
-    while (*command == ' ') ++command;
-    if (*command == '\0') return;
-    if (std::strncmp(command, "//", 2) != 0) std::fputs("> ", stdout);
-    printLine(command);
+
+std::vector<std::string> blockTypes() {
+    std::vector<std::string> names;
+    const qvMetaDataTable& table = getProjectManager().getMetaDataTable();
+    for (int i = 1; i <= table.size(); ++i) names.push_back(table.getMetaData(i)->signature.type);
+    return names;
+}
+
+// The names in the tree, level by level; in a very large one those nearest to the root.
+std::vector<std::string> nodeNames() {
+    constexpr size_t most = 10000;
+    std::vector<std::string> names;
+    std::vector<qvProjectNode*> nodes = {&getProjectManager()};
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        for (qvProjectNode* child : nodes[i]->getNodes()) {
+            if (nodes.size() > most) return names;
+            nodes.push_back(child);
+            names.push_back(child->getName().Chars());
+        }
+    }
+    return names;
+}
+
+// The names nearest to one that the project tree did not know.
+std::vector<std::string> treeHints(const std::string& message) {
+    static const struct {
+        const char* before;
+        std::vector<std::string> (*candidates)();
+    } unknowns[] = {{"node type \"", blockTypes}, {"could not find node \"", nodeNames}};
+    for (const auto& unknown : unknowns) {
+        if (message.compare(0, std::strlen(unknown.before), unknown.before) != 0) continue;
+        std::string name = message.substr(std::strlen(unknown.before));
+        name.resize(std::min(name.rfind('"'), name.size()));
+        name.erase(0, name.rfind('/') + 1);
+        return QVCommandBase::nearestNames(name, unknown.candidates());
+    }
+    return {};
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -83,6 +116,17 @@ bool Host::fail() {
     return !options_.stopOnError;
 }
 
+// A line that is only a comment reads as prose between the statements.
+void Host::echo(const char* command) {
+    while (*command == ' ') ++command;
+    if (*command == '\0') return;
+    const bool isComment = std::strncmp(command, "//", 2) == 0;
+    if (isComment && afterStatement_) std::fputs("\n", stdout);
+    if (!isComment) std::fputs("> ", stdout);
+    afterStatement_ = !isComment;
+    printLine(command);
+}
+
 bool Host::OnParseCommand(const char* command, const char* result, int flags) {
     if (flags == aboutToRun) {
         if (options_.echo) echo(command);
@@ -102,7 +146,6 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
                      abbreviated(statement).c_str());
     }
     std::fprintf(stderr, "%s\n", withoutLineEnd(message).c_str());
-    if (!getHints().empty()) {
-        std::fprintf(stderr, "did you mean: %s\n", joined(getHints()).c_str());
-    }
+    const std::vector<std::string> hints = getHints().empty() ? treeHints(message) : getHints();
+    if (!hints.empty()) std::fprintf(stderr, "did you mean: %s\n", joined(hints).c_str());
 }

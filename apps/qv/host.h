@@ -28,10 +28,12 @@ public:
 
 private:
     bool fail();
+    void echo(const char* command);
 
     const Options& options_;
     std::string source_;
     int firstLine_ = 1;
     bool hidePlaces_ = false;
     bool failed_ = false;
+    bool afterStatement_ = false;
 };

@@ -19,8 +19,8 @@ endfunction()
 
 string(ASCII 9 tab)
 string(ASCII 27 escape)
-session("app.nums${tab})\nquit\n" "app.numsubnodes\\(\\).*\n0\n")
-session("${escape}[A\nquit\n" "app.numsubnodes\\(\\).*\n0\n")
-session("app.nonsense\nquit\n" "\ncould not find item \"app.nonsense\"\n")
-session("app.addsubnode(\"projectTB\", \"P\")\nquit\nn\napp.numsubnodes()\nquit\ny\n"
+session("app.nums${tab})\nquit\n" "\n0\n")
+session("${escape}[A\nquit\n" "\n0\n")
+session("app.nonsense\nquit\n" "\ncould not find item \"nonsense\"\n")
+session("app.addsubnode(\"projectTB\", \"P\")\napp.subnodes[1].setdirty(1)\nquit\nn\napp.numsubnodes()\nquit\ny\n"
         "project \"P\" has not been saved\n.*Leave without saving.*\n1\n.*has not been saved")

@@ -18,6 +18,11 @@ foreach(script ${NAME}.qv ${NAME}.2.qv)
 endforeach()
 string(REPLACE "\r\n" "\n" output "${output}")
 # What differs from run to run and from system to system.
+string(REGEX REPLACE "At ([a-z_]+):[0-9]+" "At \\1:..." output "${output}")
+string(REPLACE "/" "\\" windows_work "Z:${WORK}")
+string(REPLACE "${windows_work}\\" "WORK/" output "${output}")
+string(REPLACE "${windows_work}" "WORK" output "${output}")
+string(REPLACE "${WORK}" "WORK" output "${output}")
 string(REGEX REPLACE "[^\n]*// (windowsversion|savedate)[^\n]*" "  ... // \\1" output "${output}")
 
 file(WRITE ${WORK}/actual.out "${output}")
