@@ -1,11 +1,11 @@
 #include "qvutils/common/error/qverror.h"
 
 #include <cstdarg>
-#include <new>
 #include <utility>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/format.h"
+#include "qvutils/common/platform/threads.h"
 
 const char* Error::errTitle = "Error";
 
@@ -59,28 +59,12 @@ void Error::display(int kind) const {
 
 namespace {
 
-/// A thread's error object, reached through a plain pointer: unlike the object it needs no guard,
-/// so that the test for a pending error costs one load.
+/// A thread's error object, behind a plain pointer: the test for a pending error costs one load.
 thread_local Error* threadError = nullptr;
-thread_local bool ownerGone = false;
-
-struct ErrorOwner {
-    Error error;
-    ~ErrorOwner() {
-        threadError = nullptr;
-        ownerGone = true;
-    }
-};
 
 Error& makeThreadError() {
-    if (ownerGone) {
-        // Objects that are destroyed after the owner still find an error object, never destroyed.
-        alignas(Error) thread_local unsigned char room[sizeof(Error)];
-        threadError = new (room) Error;
-    } else {
-        thread_local ErrorOwner owner;
-        threadError = &owner.error;
-    }
+    threadError = new Error;
+    qvplatform::atThreadExit([](void* error) { delete static_cast<Error*>(error); }, threadError);
     return *threadError;
 }
 

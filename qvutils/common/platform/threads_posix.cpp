@@ -1,11 +1,42 @@
+#include <pthread.h>
 #include <sched.h>
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "qvutils/common/platform/threads.h"
 
 namespace qvplatform {
+
+namespace {
+
+struct Call {
+    void (*function)(void*);
+    void* argument;
+    Call* next;
+};
+
+void runCalls(void* first) {
+    for (Call* call = static_cast<Call*>(first); call;) {
+        call->function(call->argument);
+        delete std::exchange(call, call->next);
+    }
+}
+
+pthread_key_t makeKey() {
+    pthread_key_t key{};
+    pthread_key_create(&key, runCalls);
+    return key;
+}
+
+}  // namespace
+
+void atThreadExit(void (*function)(void*), void* argument) {
+    static const pthread_key_t key = makeKey();
+    auto* const before = static_cast<Call*>(pthread_getspecific(key));
+    pthread_setspecific(key, new Call{function, argument, before});
+}
 
 void pauseProcessor() {
 #if defined(__x86_64__) || defined(__i386__)

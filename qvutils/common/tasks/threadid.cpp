@@ -1,11 +1,13 @@
 #include "qvutils/common/tasks/threadid.h"
 
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <queue>
 #include <vector>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
+#include "qvutils/common/platform/threads.h"
 
 namespace {
 
@@ -42,22 +44,13 @@ Numbers& numbers() {
 
 thread_local int threadNumber = -1;
 
-thread_local bool holderGone = false;
-
-struct Holder {
-    const int number = numbers().take();
-    ~Holder() {
-        numbers().giveBack(number);
-        threadNumber = -1;
-        holderGone = true;
-    }
-};
-
 int firstAsked() {
-    // What is destroyed after the holder takes a number for good: the old one may be in use again.
-    if (holderGone) return threadNumber = numbers().take();
-    thread_local const Holder holder;
-    return threadNumber = holder.number;
+    threadNumber = numbers().take();
+    const auto giveBack = [](void* number) {
+        numbers().giveBack(static_cast<int>(reinterpret_cast<std::intptr_t>(number)));
+    };
+    qvplatform::atThreadExit(giveBack, reinterpret_cast<void*>(std::intptr_t{threadNumber}));
+    return threadNumber;
 }
 
 }  // namespace
