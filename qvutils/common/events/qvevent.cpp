@@ -11,8 +11,12 @@ std::atomic<int> qvEventIDServer::msCurrentEventID = 100000;
 
 namespace {
 
-/// Guards who delegates to whom and who handles for whom. It is taken alone.
-constinit std::mutex wiring;
+/// Guards who delegates to whom and who handles for whom. It is taken alone. Never destroyed:
+/// static objects use it while the process ends. (Not every system has constant mutexes.)
+std::mutex& wiring() {
+    static std::mutex& mutex = *new std::mutex;
+    return mutex;
+}
 
 /// Enters a list for the length of a use.
 class ListUse {
@@ -29,7 +33,7 @@ private:
 }  // namespace
 
 qvEventHandler::~qvEventHandler() {
-    const std::lock_guard hold(wiring);
+    const std::lock_guard hold(wiring());
     while (listeners_) listeners_->leaveHandler();
 }
 
@@ -78,7 +82,7 @@ qvEventListener::~qvEventListener() {
     qvRaise::listenerDestroyed(*this);
     RemoveAllSources();
     setDelegate(nullptr);
-    const std::lock_guard hold(wiring);
+    const std::lock_guard hold(wiring());
     leaveHandler();
     while (qvEventListener* delegator = delegators_) {
         delegators_ = delegator->nextDelegator_;
@@ -131,7 +135,7 @@ void qvEventListener::endSubscriptions(const int* id) {
 }
 
 void qvEventListener::setDelegate(qvEventListener* delegate) {
-    const std::lock_guard hold(wiring);
+    const std::lock_guard hold(wiring());
     for (const qvEventListener* next = delegate; next; next = next->GetDelegate())
         if (next == this)
             exitfn("code error in qvEventListener::setDelegate - the delegates form a ring");
@@ -148,7 +152,7 @@ void qvEventListener::setDelegate(qvEventListener* delegate) {
 }
 
 void qvEventListener::setEventHandler(qvEventHandler& handler) {
-    const std::lock_guard hold(wiring);
+    const std::lock_guard hold(wiring());
     leaveHandler();
     nextOfHandler_ = handler.listeners_;
     if (nextOfHandler_) nextOfHandler_->handlerSlot_ = &nextOfHandler_;

@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "qvutils/common/events/qvevent.h"
+#include "qvutils/common/platform/threads.h"
 
 namespace {
 
@@ -19,26 +20,23 @@ Threads& threads() {
 
 constinit thread_local qvRaisingThread* thisThread = nullptr;
 
-/// Takes the thread off the register when it ends.
-struct Registration {
-    Registration() {
-        thisThread = new qvRaisingThread;
+/// Takes a thread off the register when it ends.
+void unregister(void* thread) {
+    const std::lock_guard lock(threads().mutex);
+    qvRaisingThread** slot = &threads().first;
+    while (*slot != thread) slot = &(*slot)->next;
+    *slot = (*slot)->next;
+    delete static_cast<qvRaisingThread*>(thread);
+}
+
+[[gnu::noinline]] qvRaisingThread& registerThread() {
+    thisThread = new qvRaisingThread;
+    {
         const std::lock_guard lock(threads().mutex);
         thisThread->next = threads().first;
         threads().first = thisThread;
     }
-    ~Registration() {
-        const std::lock_guard lock(threads().mutex);
-        qvRaisingThread** slot = &threads().first;
-        while (*slot != thisThread) slot = &(*slot)->next;
-        *slot = thisThread->next;
-        delete thisThread;
-        thisThread = nullptr;
-    }
-};
-
-[[gnu::noinline]] qvRaisingThread& registerThread() {
-    thread_local Registration registration;
+    qvplatform::atThreadExit(unregister, thisThread);
     return *thisThread;
 }
 
