@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <limits>
 
@@ -8,18 +9,21 @@ namespace qvplatform {
 namespace {
 
 /// The length of an opened file; 0 where it cannot be told (a pipe), as it is only a first guess.
-std::size_t lengthOf(FILE* file) {
+/// Negative when the file was left at its end and would read as empty.
+std::int64_t lengthOf(FILE* file) {
     FileSystem& system = fileSystem();
     if (!system.seek(file, 0, SEEK_END)) return 0;
     const std::int64_t end = system.tell(file);
-    if (!system.seek(file, 0, SEEK_SET) || end < 0) return 0;
-    return static_cast<std::size_t>(end);
+    if (!system.seek(file, 0, SEEK_SET)) return -1;
+    return std::max<std::int64_t>(end, 0);
 }
 
 bool readAll(FILE* file, const std::function<char*(std::size_t)>& room, std::size_t& length) {
     FileSystem& system = fileSystem();
     // The byte more than the length lets the end of the file show in the first read.
-    std::size_t size = lengthOf(file) + 1;
+    const std::int64_t first = lengthOf(file);
+    if (first < 0) return false;
+    std::size_t size = static_cast<std::size_t>(first) + 1;
     length = 0;
     for (;;) {
         char* const buffer = room(size);
