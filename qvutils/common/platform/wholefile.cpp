@@ -34,7 +34,7 @@ bool readAll(FILE* file, const std::function<char*(std::size_t)>& room, std::siz
         const std::size_t wanted = size - length;
         const std::size_t got = system.read(file, buffer + length, wanted);
         length += got;
-        if (got < wanted) return std::ferror(file) == 0;
+        if (got < wanted) return std::feof(file) && !std::ferror(file);
         size += size / 2 + 4096;
     }
 }
