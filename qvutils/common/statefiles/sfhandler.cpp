@@ -76,7 +76,7 @@ bool copyFile(const std::string& from, const std::string& to) {
     char chunk[10000];
     for (std::size_t n = sizeof chunk; copied && n == sizeof chunk;) {
         n = files().read(in, chunk, sizeof chunk);
-        copied = !std::ferror(in) && files().write(out, chunk, n);
+        copied = (n == sizeof chunk || std::feof(in)) && files().write(out, chunk, n);
     }
     const int cause = errno;
     if (in) {

@@ -211,9 +211,13 @@ bool storeStateRecord(FILE* file, std::string_view key, std::string_view name,
                  "\" is not stored: it has 2 GiB or more\n").c_str());
         return true;
     }
-    FILE* content = size > 0 ? files().open(path, "rb") : nullptr;
-    if (!content) {
+    if (size <= 0) {
         return true;
+    }
+    FILE* content = files().open(path, "rb");
+    if (!content) {
+        postFailure("open", path);
+        return false;
     }
     std::string head(magic);
     appendNumber(head, key.size());

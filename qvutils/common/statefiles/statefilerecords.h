@@ -68,7 +68,7 @@ private:
 };
 
 /// Writes one record with the content of the file `path`. Nothing is written, and the result is
-/// true, when that file cannot be opened, is empty or, with a warning, has 2 GiB or more. Other
-/// failures post an error.
+/// true, when there is no such file, it is empty or, with a warning, has 2 GiB or more. Failures
+/// post an error, so that a save does not quietly lose results.
 QVCORE_API bool storeStateRecord(FILE* file, std::string_view key, std::string_view name,
                                  const std::string& path);
