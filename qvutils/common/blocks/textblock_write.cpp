@@ -5,6 +5,7 @@
 #include "qvutils/common/blocks/blockscan.h"
 #include "qvutils/common/blocks/textblock.h"
 #include "qvutils/common/platform/format.h"
+#include "qvutils/common/platform/threads.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ void appendWithComment(FBuff& block, std::string_view line, std::string_view com
 }  // namespace
 
 const char* TextBlock::MakeTBlockHeader(const TBlockSig& sig, const char* name) {
-    thread_local LineBuffer header;
+    LineBuffer& header = qvplatform::perThread<LineBuffer, struct HeaderText>();
     const bool named = name && *name;
     // Numbers, brackets and quotes come to at most 38 characters.
     const std::size_t size = (named ? std::strlen(name) : 0) +

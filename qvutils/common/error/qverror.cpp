@@ -59,15 +59,6 @@ void Error::display(int kind) const {
 
 namespace {
 
-/// A thread's error object, behind a plain pointer: the test for a pending error costs one load.
-thread_local Error* threadError = nullptr;
-
-Error& makeThreadError() {
-    threadError = new Error;
-    qvplatform::atThreadExit([](void* error) { delete static_cast<Error*>(error); }, threadError);
-    return *threadError;
-}
-
 struct SyntaxErrors {
     int count = 0;
     int quiet = 0;
@@ -76,7 +67,7 @@ thread_local SyntaxErrors syntaxErrors;
 
 }  // namespace
 
-Error& qverr() { return threadError ? *threadError : makeThreadError(); }
+Error& qverr() { return qvplatform::perThread<Error>(); }
 
 void CodeError(const char* function, const char* file, int line) {
     qverr().setf("Code Error: %s\nAt %s:%d\nPlease contact Orvelle", function, file, line);

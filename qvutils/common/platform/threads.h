@@ -15,9 +15,19 @@ QVCORE_API int processorCount();
 /// `function(argument)` is called when the calling thread ends, after the destructors of its
 /// thread_local objects where the system allows; the last one asked for comes first. For the main
 /// thread it may never be called. The function must not use thread_local variables.
-///
-/// It stands in for thread_local objects with destructors: with GCC on Windows these are destroyed
-/// after their memory has been freed.
 QVCORE_API void atThreadExit(void (*function)(void*), void* argument);
+
+/// The calling thread's own object of type T, made when the thread first asks and deleted when it
+/// ends; `Use` tells several of the same type apart. A thread_local object with a destructor will
+/// not do: GCC on Windows destroys it after its memory has been freed.
+template <class T, class Use = T>
+T& perThread() {
+    thread_local T* object = nullptr;
+    if (!object) {
+        object = new T();
+        atThreadExit([](void* owned) { delete static_cast<T*>(owned); }, object);
+    }
+    return *object;
+}
 
 }  // namespace qvplatform
