@@ -38,18 +38,31 @@ void registerNotesNode() {
 }
 
 void qvNotesNode::OnPublish() {
+    decode();
     PublishVar("text", text_, "entire text");
     PublishFn("appendtext", &qvNotesNode::AppendText, "(string): append a string");
     PublishFn("cleartext", &qvNotesNode::ClearText, "(): clear contents");
     qvProjectNode::OnPublish();
 }
 
+void qvNotesNode::setName(const QVString& name) {
+    if (name != getName()) decode();
+    qvProjectNode::setName(name);
+}
+
+const QVString& qvNotesNode::getText() {
+    decode();
+    return text_;
+}
+
 void qvNotesNode::setText(const QVString& text) {
+    decode();
     text_ = text;
     NotifyChanged();
 }
 
 void qvNotesNode::AppendText(const QVString& text) {
+    decode();
     text_ += text;
     NotifyChanged();
 }
@@ -60,13 +73,25 @@ void qvNotesNode::ClearText() {
 
 bool qvNotesNode::ReadTB(TextBlock& block) {
     if (!block.CheckStartRead(signature, true)) return false;
+    source_ = block;
+    // Under another name, or without its last line feed, it cannot be written as it is.
+    const bool asItIs = getName() == block.getName() && block.text().back() == '\n';
+    if (!asItIs) decode();
+    return true;
+}
+
+void qvNotesNode::decode() {
+    if (!source_.alloced()) return;
+    TextBlock block;
+    source_.setPosn(0);
+    block.LoadBlock(source_);
+    source_ = FBuff();
     RememberBlock(block, true);
-    QVString text;
     comments_.clear();
-    int lines = 0;
+    text_ = "";
     std::string_view body = block.body();
-    text.Alloc(static_cast<int>(body.size()));
-    while (!body.empty()) {
+    text_.Alloc(static_cast<int>(body.size()));
+    for (int lines = 0; !body.empty();) {
         const std::string_view line = takeLine(body);
         const std::size_t start = std::min(line.find_first_not_of(" \t\r\n"), line.size());
         const std::string_view content = line.substr(start);
@@ -75,14 +100,17 @@ bool qvNotesNode::ReadTB(TextBlock& block) {
             comments_.push_back({lines, QVString(line)});
             continue;
         }
-        text += content.substr(content.front() == '>' ? 1 : 0);
+        text_ += content.substr(content.front() == '>' ? 1 : 0);
         ++lines;
     }
-    text_ = std::move(text);
-    return true;
 }
 
 bool qvNotesNode::WriteTB(TextBlock& block) const {
+    if (source_.alloced()) {
+        FBuff source = source_;
+        source.setPosn(0);
+        return block.LoadBlock(source);
+    }
     StartNodeBlock(block);
     if (qverr()) return false;
     std::string body;

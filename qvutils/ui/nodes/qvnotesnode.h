@@ -14,7 +14,9 @@ public:
     bool ReadTB(TextBlock& block) override;
     bool WriteTB(TextBlock& block) const override;
 
-    const QVString& getText() const { return text_; }
+    void setName(const QVString& name) override;
+
+    const QVString& getText();
     void setText(const QVString& text);
     void AppendText(const QVString& text);
     void ClearText();
@@ -26,6 +28,11 @@ private:
         QVString text;
     };
 
+    void decode();
+
+    /// The block as it was read, until somebody wants to see or change what is in it: most notes of
+    /// a project are only loaded and saved again.
+    FBuff source_;
     QVString text_;
     std::vector<Comment> comments_;
 };

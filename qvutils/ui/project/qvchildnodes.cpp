@@ -1,14 +1,24 @@
 #include "qvutils/ui/project/qvchildnodes.h"
 
+#include <functional>
+
 #include "qvutils/ui/project/qvprojnode.h"
+
+namespace {
+
+std::uint32_t hashOf(std::string_view name) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
+}
+
+}  // namespace
 
 void qvChildNodes::append(qvProjectNode* child) {
     child->order_ = next_order_++;
     list_.append(child);
-    if (by_name_) {
-        by_name_->emplace(child->name_.view(), child);
-    } else if (list_.size() > fewChildren) {
-        buildIndex();
+    if (slots_.empty() ? list_.size() > fewChildren : (used_slots_ + 1) * 4 > slots_.size() * 3) {
+        rebuildIndex();
+    } else if (!slots_.empty()) {
+        enter(child);
     }
 }
 
@@ -16,30 +26,38 @@ void qvChildNodes::erase(qvProjectNode* child) {
     const int position = positionOf(child);
     if (!position) return;
     list_.erase(position);
-    if (by_name_) by_name_->erase(entryOf(child));
+    if (!slots_.empty()) leave(child);
     child->order_ = 0;
 }
 
 List<qvProjectNode*> qvChildNodes::exchange(List<qvProjectNode*> others) {
     list_.swap(others);
-    by_name_.reset();
-    if (list_.size() > fewChildren) buildIndex();
+    slots_.clear();
+    if (list_.size() > fewChildren) rebuildIndex();
     return others;
 }
 
 qvProjectNode* qvChildNodes::find(std::string_view name) const {
-    if (!by_name_) {
-        for (qvProjectNode* child : list_) {
-            if (child->name_.view() == name) return child;
+    if (!slots_.empty()) return findIndexed(name);
+    for (qvProjectNode* child : list_) {
+        if (child->name_.view() == name) return child;
+    }
+    return nullptr;
+}
+
+/// Equal names are possible when a program sets them without asking: the first in the list counts.
+qvProjectNode* qvChildNodes::findIndexed(std::string_view name) const {
+    const std::uint32_t hash = hashOf(name);
+    const Slot* first = nullptr;
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t i = hash & mask; slots_[i].order; i = (i + 1) & mask) {
+        const Slot& slot = slots_[i];
+        if (slot.hash == hash && slot.child && (!first || slot.order < first->order) &&
+            slot.child->name_.view() == name) {
+            first = &slot;
         }
-        return nullptr;
     }
-    qvProjectNode* first = nullptr;
-    const auto [begin, end] = by_name_->equal_range(name);
-    for (auto entry = begin; entry != end; ++entry) {
-        if (!first || entry->second->order_ < first->order_) first = entry->second;
-    }
-    return first;
+    return first ? first->child : nullptr;
 }
 
 int qvChildNodes::positionOf(const qvProjectNode* child) const {
@@ -57,24 +75,36 @@ int qvChildNodes::positionOf(const qvProjectNode* child) const {
 }
 
 void qvChildNodes::rename(qvProjectNode* child, const QVString& name) {
-    if (!by_name_) {
-        child->name_ = name;
-        return;
-    }
-    auto entry = by_name_->extract(entryOf(child));
+    if (!slots_.empty()) leave(child);
     child->name_ = name;
-    entry.key() = child->name_.view();
-    by_name_->insert(std::move(entry));
+    if (slots_.empty()) return;
+    if ((used_slots_ + 1) * 4 > slots_.size() * 3) {
+        rebuildIndex();
+    } else {
+        enter(child);
+    }
 }
 
-void qvChildNodes::buildIndex() {
-    by_name_ = std::make_unique<NameIndex>();
-    by_name_->reserve(static_cast<std::size_t>(list_.size()));
-    for (qvProjectNode* child : list_) by_name_->emplace(child->name_.view(), child);
+void qvChildNodes::rebuildIndex() {
+    std::size_t size = 4 * fewChildren;
+    while (size < static_cast<std::size_t>(list_.size()) * 2) size *= 2;
+    slots_.assign(size, {});
+    used_slots_ = 0;
+    for (qvProjectNode* child : list_) enter(child);
 }
 
-qvChildNodes::NameIndex::iterator qvChildNodes::entryOf(const qvProjectNode* child) {
-    auto entry = by_name_->find(child->name_.view());
-    while (entry->second != child) ++entry;
-    return entry;
+void qvChildNodes::enter(qvProjectNode* child) {
+    const std::uint32_t hash = hashOf(child->name_.view());
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t i = hash & mask;
+    while (slots_[i].child) i = (i + 1) & mask;
+    if (!slots_[i].order) ++used_slots_;
+    slots_[i] = {hash, child->order_, child};
+}
+
+void qvChildNodes::leave(const qvProjectNode* child) {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t i = hashOf(child->name_.view()) & mask;
+    while (slots_[i].child != child) i = (i + 1) & mask;
+    slots_[i].child = nullptr;
 }

@@ -1,7 +1,8 @@
 #pragma once
+#include <cstdint>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "qvutils/common/containers/list.h"
 #include "qvutils/common/platform/qvexport.h"
@@ -31,17 +32,23 @@ public:
     void rename(qvProjectNode* child, const QVString& name);
 
 private:
-    /// Keys view the names in the nodes. Equal names are possible when a program sets them without
-    /// asking, so it is a multimap.
-    using NameIndex = std::unordered_multimap<std::string_view, qvProjectNode*>;
-
+    /// A hash table in one piece, as a look-up among many children should touch little memory:
+    /// a slot is found by the hash of the name, or one of those after it.
+    struct Slot {
+        std::uint32_t hash = 0;
+        unsigned order = 0;  ///< of the child in the list; 0 in a slot that was never used
+        qvProjectNode* child = nullptr;  ///< null in a slot that is free (again)
+    };
     static constexpr int fewChildren = 8;
 
-    void buildIndex();
-    NameIndex::iterator entryOf(const qvProjectNode* child);
+    void rebuildIndex();
+    void enter(qvProjectNode* child);
+    void leave(const qvProjectNode* child);
+    qvProjectNode* findIndexed(std::string_view name) const;
 
     List<qvProjectNode*> list_;
-    /// Null while there are few children.
-    std::unique_ptr<NameIndex> by_name_;
+    /// Empty while there are few children; else a power of two.
+    std::vector<Slot> slots_;
+    std::size_t used_slots_ = 0;  ///< that are or were in use
     unsigned next_order_ = 1;
 };

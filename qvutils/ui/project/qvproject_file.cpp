@@ -10,6 +10,7 @@
 #include "qvutils/ui/project/loadresult.h"
 #include "qvutils/ui/project/qvproject.h"
 #include "qvutils/ui/project/qvunknownnode.h"
+#include "qvutils/ui/project/spill.h"
 
 namespace {
 
@@ -43,8 +44,9 @@ bool openForSaving(qvplatform::SafeFile& file, const std::string& path) {
     return false;
 }
 
-bool write(qvplatform::SafeFile& file, std::string_view text) {
-    return text.empty() || file.write(text.data(), text.size());
+/// A failure is known to the file and comes out when it is finished.
+void write(qvplatform::SafeFile& file, std::string_view text) {
+    if (!text.empty()) file.write(text.data(), text.size());
 }
 
 }  // namespace
@@ -125,13 +127,16 @@ bool qvProject::writeFiles(const std::string& path) {
 
 bool qvProject::writeProject(qvplatform::SafeFile& file, const std::string& path) const {
     TextBlock header;
+    if (!writeProjectFileHeader(header, file_.header) || !openForSaving(file, path)) return false;
+    write(file, file_.before_header.view());
+    write(file, header.text());
+    write(file, file_.before_project.view());
     TextBlock block;
-    if (!writeProjectFileHeader(header, file_.header) || !WriteTB(block)) return false;
-    if (!openForSaving(file, path)) return false;
-    const bool written = write(file, file_.before_header.view()) && write(file, header.text()) &&
-                         write(file, file_.before_project.view()) && write(file, block.text()) &&
-                         write(file, file_.after_project.view()) && file.finish();
-    return written || postWriteError(path, file);
+    qvSpill spill(block, file);
+    if (!WriteTB(block)) return false;
+    spill.flush();
+    write(file, file_.after_project.view());
+    return file.finish() || postWriteError(path, file);
 }
 
 bool qvProject::writeState(qvplatform::SafeFile& file, const std::string& path, StateKind& kind) {

@@ -35,9 +35,7 @@ qvNodeGuard::~qvNodeGuard() {
     *link = next_;
 }
 
-qvProjectNode::qvProjectNode() {
-    listener_.setEventHandler(*this);
-}
+qvProjectNode::qvProjectNode() = default;
 
 qvProjectNode::~qvProjectNode() {
     for (qvNodeGuard* guard = guards_; guard; guard = guard->next_) guard->node_ = nullptr;
@@ -99,20 +97,20 @@ void qvProjectNode::OnEvent(qvEvent& event, int) {
     } else if (event.getID() == qvAppObjEvents::changed()) {
         source_.RaiseEvent(qvProjectEvent::changed, this);
     } else if (event.getID() == qvAppObjEvents::detached()) {
-        listener_.RemoveSource(*app_object_);
+        listener().RemoveSource(*app_object_);
         app_object_ = nullptr;
         source_.RaiseEvent(qvProjectEvent::changed, this);
     }
 }
 
-void qvProjectNode::SetupAppObj(qvEventSource& object, qvEventListener* listener) {
-    if (app_object_) listener_.RemoveSource(*app_object_);
+void qvProjectNode::SetupAppObj(qvEventSource& object, qvEventListener* hearer) {
+    if (app_object_) listener().RemoveSource(*app_object_);
     app_object_ = &object;
     for (int id : {qvAppObjEvents::refresh(), qvAppObjEvents::changed(),
                    qvAppObjEvents::detached()}) {
-        listener_.ListenTo(object, id);
+        listener().ListenTo(object, id);
     }
-    if (listener) listener->ListenTo(source_, qvProjectEvent::changed);
+    if (hearer) hearer->ListenTo(source_, qvProjectEvent::changed);
 }
 
 void qvProjectNode::RefreshView(bool all) {
@@ -168,17 +166,21 @@ bool qvProjectNode::AddNode(qvProjectNode* child) {
     }
     children_.append(child);
     child->setParent(this);
-    followChild(child);
+    listener().ListenTo(child->source_, qvProjectEvent::changed);
     return true;
 }
 
-void qvProjectNode::followChild(qvProjectNode* child) {
-    listener_.ListenTo(child->source_, qvProjectEvent::changed);
+qvEventListener& qvProjectNode::listener() {
+    if (!listener_) {
+        listener_ = std::make_unique<qvEventListener>();
+        listener_->setEventHandler(*this);
+    }
+    return *listener_;
 }
 
 bool qvProjectNode::RemoveNode(qvProjectNode* child, bool destroy) {
     if (!child || child->parent_ != this || !child->order_) return false;
-    listener_.RemoveSource(child->source_);
+    listener().RemoveSource(child->source_);
     children_.erase(child);
     if (destroy) {
         child->parent_ = nullptr;

@@ -156,8 +156,8 @@ public:
     void NotifyChanged();
 
     /// Attaches an application object: the node follows its events (qvAppObjEvents), and
-    /// `listener`, when given, hears of changes of the node. The node does not own them.
-    void SetupAppObj(qvEventSource& object, qvEventListener* listener = nullptr);
+    /// `hearer`, when given, hears of changes of the node. The node does not own them.
+    void SetupAppObj(qvEventSource& object, qvEventListener* hearer = nullptr);
     qvEventSource* getAppObj() const { return app_object_; }
 
     /// For WriteTB: starts the node's block with its registered signature and its name. Comments of
@@ -191,7 +191,8 @@ private:
         QVString closing;     ///< the lines between the last child and the end of the block
     };
 
-    void followChild(qvProjectNode* child);
+    /// What listens to the children and to an attached object; made when there is one.
+    qvEventListener& listener();
     static void destroy(List<qvProjectNode*> nodes);
     bool readPasted(qvProjectNode& child, TextBlock& block, const char* newname);
     bool removeWhenAllowed();
@@ -210,7 +211,7 @@ private:
     QVString lead_;  ///< the lines between the sibling before this node's block, or the start, and it
     qvNodeGuard* guards_ = nullptr;
     qvEventSource source_;
-    qvEventListener listener_;
+    std::unique_ptr<qvEventListener> listener_;
 };
 
 /// Watches a node over a call that may destroy it (listeners of events may do anything).

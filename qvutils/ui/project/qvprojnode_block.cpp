@@ -7,6 +7,7 @@
 #include "qvutils/ui/project/loadresult.h"
 #include "qvutils/ui/project/qvprojman.h"
 #include "qvutils/ui/project/qvunknownnode.h"
+#include "qvutils/ui/project/spill.h"
 
 namespace {
 
@@ -213,6 +214,7 @@ bool qvProjectNode::WriteChildNodes(FBuff& buffer) const {
         if (!child->WriteTB(block)) return false;
         appendVerbatim(buffer, child->lead_);
         buffer.Append(block);
+        qvSpill::betweenChildren(buffer);
     }
     appendVerbatim(buffer, kept_.closing);
     return !qverr();
