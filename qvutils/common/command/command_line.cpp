@@ -10,6 +10,9 @@
 
 namespace {
 
+/// Texts up to this size leave their buffer for the next one.
+constexpr std::size_t mostBuffered = 4096;
+
 int size(std::string_view text) {
     return static_cast<int>(text.size());
 }
@@ -40,18 +43,26 @@ bool QVCommandBase::Execute(const char* text) {
     ++nesting_;
     failed_ = false;
     bool completed = true;
-    qvStatementReader reader(text);
+    // A statement may change or delete the text that it is a part of, so a copy is run.
+    std::string own, copy, comment;
+    own.swap(buffer_);
+    own = text;
+    qvStatementReader reader(own);
     qvStatement statement;
-    std::string command, comment;
     while (completed && !unwinding_ && reader.next(statement)) {
         line_ = statement.line;
         qverr().reset();
-        command = statement.text;
+        const char* command = statement.text.data();
+        if (command[statement.text.size()] != '\0') {  // not the end of the text
+            copy = statement.text;
+            command = copy.c_str();
+        }
         comment.clear();
         if (!statement.comment.empty()) comment.append("  ").append(statement.comment);
-        completed = tell(command.c_str(), comment.c_str(), "", aboutToRun) &&
-                    ParseCommand(command.c_str(), comment.c_str(), hasRun);
+        completed = tell(command, comment.c_str(), "", aboutToRun) &&
+                    ParseCommand(command, comment.c_str(), hasRun);
     }
+    if (own.size() < mostBuffered) buffer_.swap(own);
     const bool succeeded = completed && !failed_;
     if (--nesting_ == 0) unwinding_ = false;
     line_ = outerLine;
@@ -236,17 +247,19 @@ bool QVCommandBase::enterRoot(std::string_view name, std::string_view path,
 }
 
 bool QVCommandBase::enterChild(std::string_view name, bool withTexts, QVCommandElt& element) {
-    QVCommandElt child;
     QVObject* object = element.getObject();
-    if (object && object->findPublishedElt(name, withTexts, child)) {
-        child.keepAlive(element);
-        element = std::move(child);
+    const std::shared_ptr<void> owner = element.getOwner();
+    element.clear();
+    if (object && object->findPublishedElt(name, withTexts, element)) {
+        element.keepAlive(owner);
         return true;
     }
     qverr().setf("could not find item \"%.*s\"\n", size(name), name.data());
     std::vector<std::string> known;
-    for (const QVCommandElt& other : qvSortedChildren(element, false)) {
-        known.push_back(other.getName());
+    if (object) {
+        for (const QVCommandElt& other : qvSortedChildren(QVCommandEltRef(*object), false)) {
+            known.push_back(other.getName());
+        }
     }
     hints_ = nearestNames(name, known);
     return false;

@@ -113,6 +113,7 @@ private:
 
     std::unique_ptr<qvCommandGlobals> globals_;
     std::vector<std::string> hints_;
+    std::string buffer_;  ///< for the next text to run
     int line_ = 0;
     int nesting_ = 0;
     bool failed_ = false;

@@ -18,15 +18,10 @@ bool endsName(char c) {
 
 qvPath::qvPath(std::string_view text) : text_(text), rest_(text) {
     while (!rest_.empty()) {
-        if (step(append())) continue;
-        size_ = 0;
+        if (step(steps_.append())) continue;
+        steps_.clear();
         return;
     }
-}
-
-qvPathStep& qvPath::append() {
-    if (size_++ < near_.size()) return near_[size_ - 1];
-    return far_.emplace_back();
 }
 
 bool qvPath::step(qvPathStep& step) {

@@ -1,8 +1,8 @@
 #pragma once
-#include <array>
 #include <cstddef>
 #include <string_view>
-#include <vector>
+
+#include "qvutils/common/object/qvsmallarray.h"
 
 /// One name of a path, with what follows it.
 struct qvPathStep {
@@ -24,19 +24,16 @@ public:
     /// A syntax error is posted to qverr(), and the path is then empty.
     explicit qvPath(std::string_view text);
 
-    std::size_t size() const { return size_; }
-    const qvPathStep& operator[](std::size_t i) const {
-        return i < near_.size() ? near_[i] : far_[i - near_.size()];
-    }
+    std::size_t size() const { return steps_.size(); }
+    const qvPathStep& operator[](std::size_t i) const { return steps_[i]; }
     /// The text of the path without the arguments of a call at its end.
     std::string_view withoutCall(std::string_view text) const {
-        const qvPathStep& last = (*this)[size_ - 1];
+        const qvPathStep& last = steps_[size() - 1];
         if (!last.hasArgs) return text;
         return text.substr(0, static_cast<std::size_t>(last.args.data() - text.data()) - 1);
     }
 
 private:
-    qvPathStep& append();
     bool step(qvPathStep& step);
     bool name(qvPathStep& step);
     bool index(qvPathStep& step);
@@ -48,7 +45,5 @@ private:
 
     std::string_view text_;
     std::string_view rest_;
-    std::size_t size_ = 0;
-    std::array<qvPathStep, 4> near_;  ///< enough for most paths
-    std::vector<qvPathStep> far_;
+    qvSmallArray<qvPathStep, 4> steps_;
 };

@@ -1,5 +1,7 @@
 #include "qvutils/common/command/commandtext.h"
 
+#include <array>
+
 #include "qvutils/common/object/qvquotes.h"
 
 namespace {
@@ -10,6 +12,17 @@ bool isBlank(char c) {
 
 bool isLineEnd(char c) {
     return c == '\r' || c == '\n';
+}
+
+/// Whether a character can neither end a statement nor change what ends one.
+constexpr std::array<bool, 256> plainCharacters = [] {
+    std::array<bool, 256> plain{};
+    for (int c = 0; c < 256; ++c) plain[c] = std::string_view("\"\\;/\r\n").find(char(c)) > 5;
+    return plain;
+}();
+
+bool isPlain(char c) {
+    return plainCharacters[static_cast<unsigned char>(c)];
 }
 
 std::size_t findLineEnd(std::string_view text, std::size_t from) {
@@ -39,7 +52,12 @@ qvStatement qvStatementReader::cut() {
     statement.line = line_;
     qvQuotes quotes;
     std::size_t end = 0;
-    for (; end < rest_.size() && !isLineEnd(rest_[end]); ++end) {
+    for (; end < rest_.size(); ++end) {
+        if (isPlain(rest_[end])) {
+            quotes.passPlain();
+            continue;
+        }
+        if (isLineEnd(rest_[end])) break;
         if (!quotes.outside(rest_[end])) continue;
         if (rest_[end] == ';') break;
         if (rest_[end] == '/' && rest_.substr(end, 2) == "//") break;

@@ -4,6 +4,19 @@
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/text/qvnumber.h"
 
+void QVCommandElt::unalloc() {
+    ptr_ = nullptr;
+    held_.clear();
+    parent_ = nullptr;
+    owned_.reset();
+    setTexts("", "");
+    if (!computedDescription_.Empty()) computedDescription_ = QVString();
+    capacity_ = 0;
+    kind_ = qvKindNone;
+    ndims_ = 0;
+    readOnly_ = isCopy_ = false;
+}
+
 void QVCommandElt::Init(void* ptr, int kind, bool readOnly, bool isCopy, int ndims,
                         QVObject* parent, void*, void*) {
     if (kind_ != qvKindNone || owned_) unalloc();
@@ -39,10 +52,6 @@ void QVCommandElt::setTexts(const char* name, const char* description, const cha
 
 void QVCommandElt::setDescription(const QVString& description) {
     computedDescription_ = description;
-}
-
-void QVCommandElt::keepAlive(const QVCommandElt& owner) {
-    if (!owned_) owned_ = owner.owned_;
 }
 
 PublishContainer::Range QVCommandElt::getRange(int dimension) const {

@@ -36,7 +36,13 @@ public:
     void setCapacity(int capacity) { capacity_ = capacity; }
 
     /// Keeps what `owner` owns alive while this element, which refers to a part of it, is in use.
-    void keepAlive(const QVCommandElt& owner);
+    void keepAlive(const QVCommandElt& owner) { keepAlive(owner.owned_); }
+    void keepAlive(const std::shared_ptr<void>& owner) {
+        if (!owned_) owned_ = owner;
+    }
+    const std::shared_ptr<void>& getOwner() const { return owned_; }
+    /// Makes the element empty.
+    void clear() { unalloc(); }
 
     int getNdims() const override { return ndims_; }
     Range getRange(int dimension) const override;
@@ -101,7 +107,7 @@ public:
     std::size_t getMemSize() const;
 
 private:
-    void unalloc() { *this = QVCommandElt(); }
+    void unalloc();
     const PublishContainer* container() const {
         return held_.get() ? held_.get() : static_cast<const PublishContainer*>(ptr_);
     }

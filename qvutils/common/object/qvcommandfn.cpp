@@ -72,7 +72,8 @@ QVCommandArgList::QVCommandArgList(const char* args) {
     qvQuotes quotes;
     std::size_t start = 0;
     const auto add = [&](std::size_t end) {
-        args_.emplace_back(qvUnquote(text.substr(start, end - start)), nargs() + 1);
+        const int position = nargs() + 1;
+        args_.append().Init(text.substr(start, end - start), position);
     };
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (!quotes.outside(text[i]) || text[i] != ',') continue;

@@ -1,13 +1,13 @@
 #pragma once
-#include <cstdint>
 #include <memory>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/object/qvcommandelt.h"
+#include "qvutils/common/object/qvsmallarray.h"
 #include "qvutils/common/text/qvstring.h"
 
 /// A text without the blanks around it; when it is longer than one character and double quotes
@@ -20,7 +20,10 @@ QVCORE_API QVString qvUnquote(std::string_view text);
 class QVCORE_API QVCommandArg {
 public:
     QVCommandArg() = default;
-    QVCommandArg(QVString&& text, int position) : text_(std::move(text)), position_(position) {}
+    void Init(std::string_view text, int position) {
+        text_ = qvUnquote(text);
+        position_ = position;
+    }
 
     operator int() const { return number<int>(); }
     operator float() const { return number<float>(); }
@@ -62,7 +65,7 @@ public:
     bool checkCount(int least, int most) const;
 
 private:
-    std::vector<QVCommandArg> args_;
+    qvSmallArray<QVCommandArg, 3> args_;
 };
 
 /// The callable behind a kind-15 element.

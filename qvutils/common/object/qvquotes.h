@@ -11,6 +11,8 @@ public:
         if (quote) inside_ = !inside_;
         return !inside_ && !quote;
     }
+    /// Takes a character that is known to be neither quote nor backslash.
+    void passPlain() { escaped_ = false; }
     bool inside() const { return inside_; }
 
 private:

@@ -218,6 +218,8 @@ TEST_F(CommandLine, help_describes_an_element_and_what_it_offers) {
 TEST_F(CommandLine, texts_may_run_texts_up_to_a_depth) {
     EXPECT_EQ(run(R"x(app.run("app.count = 2; app.fail()"); app.count)x"),
               "!it failed\n!it failed\n2\n");
+    root.note = "app.note = gone; app.count = 9; app.note";  // changes the text being run
+    EXPECT_EQ(run("app.runnote(); app.count"), "gone\n1\n9\n");
     root.note = "app.count = 3; app.runnote(); app.runnote()";  // would never end
     EXPECT_EQ(run("app.runnote()").substr(0, 50),
               "!command texts run each other more than 64 deep\n!c");
