@@ -1,11 +1,16 @@
 #include "qvutils/common/text/qvnumber.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <type_traits>
+
+#include "qvutils/common/text/decimal.h"
 
 namespace {
 
@@ -18,6 +23,50 @@ bool isDigit(char c) {
 template <class... Args>
 char* write(char* buffer, Args... args) {
     return std::to_chars(buffer, buffer + qvNumberTextSize, args...).ptr;
+}
+
+/// Drops the zeros at the end and returns the number of digits left.
+int dropZeros(std::uint64_t& digits, int count) {
+    if (digits % 100000000 == 0) {
+        digits /= 100000000;
+        count -= 8;
+    }
+    while (digits % 10 == 0) {
+        digits /= 10;
+        --count;
+    }
+    return count;
+}
+
+char* fillZeros(char* to, int count) {
+    for (; count > 0; --count) *to++ = '0';
+    return to;
+}
+
+/// Printf's layout of "%g" for a number of `precision` digits.
+char* layOut(char* to, qvDecimal decimal, int precision) {
+    const int count = dropZeros(decimal.digits, precision);
+    const int exponent = decimal.exponent;
+    const bool scientific = exponent < -4 || exponent >= precision;
+    if (exponent < 0 && !scientific) {
+        *to++ = '0';
+        *to++ = '.';
+        return write(fillZeros(to, -exponent - 1), decimal.digits);
+    }
+    // The digits go one place to the right of where they will be, those before the point then back.
+    const int before = scientific ? 1 : exponent + 1;
+    char* end = write(to + 1, decimal.digits);
+    std::memmove(to, to + 1, static_cast<std::size_t>(std::min(before, count)));
+    if (count > before)
+        to[before] = '.';
+    else
+        end = fillZeros(to + count, before - count);
+    if (!scientific) return end;
+    *end++ = 'e';
+    *end++ = exponent < 0 ? '-' : '+';
+    const int size = std::abs(exponent);
+    if (size < 10) *end++ = '0';
+    return write(end, size);
 }
 
 QVString toText(double value, int precision) {
@@ -173,7 +222,12 @@ T readInteger(QVText text, int base, int& failed) {
 }  // namespace
 
 char* qvFormatG(char* buffer, double value, int precision) {
-    return write(buffer, value, std::chars_format::general, precision);
+    qvDecimal decimal;
+    if (value == 0 || !std::isfinite(value) ||
+        !qvRoundToDigits(std::fabs(value), precision, decimal))
+        return write(buffer, value, std::chars_format::general, precision);
+    if (value < 0) *buffer++ = '-';
+    return layOut(buffer, decimal, precision);
 }
 
 char* qvFormatInteger(char* buffer, long long value) {

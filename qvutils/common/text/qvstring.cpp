@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -36,16 +37,33 @@ std::uint64_t sizeClass(std::uint64_t n) {
     return n == 0 ? 16 : std::max<std::uint64_t>(32, std::bit_ceil(n + 16));
 }
 
-/// Gives `old`, or a new block when it is nil, the capacity of a size class.
-QVStrRep* resizeBlock(QVStrRep* old, std::uint64_t size) {
-    const bool isNew = old == &QV_nilStrRep;
-    auto* rep = static_cast<QVStrRep*>(isNew ? std::malloc(size - 4) : std::realloc(old, size - 4));
-    if (!rep) throw std::bad_alloc();
+/// The size class for n characters, or 0, and a report, when there is none so large.
+std::uint64_t checkedSizeClass(std::uint64_t n) {
+    const std::uint64_t size = n > maxBlock ? maxBlock + 1 : sizeClass(n);
+    if (size >= minBlock && size <= maxBlock) return size;
+    qvStringError("QVString", "Requested length out of range");
+    return 0;
+}
+
+QVStrRep* withCapacity(void* block, std::uint64_t size) {
+    if (!block) throw std::bad_alloc();
+    auto* rep = static_cast<QVStrRep*>(block);
     rep->sz = static_cast<std::uint32_t>(size - 16);
-    if (isNew) {
-        rep->len = 0;
-        rep->s[0] = '\0';
-    }
+    return rep;
+}
+
+void setText(QVStrRep* rep, std::string_view s) {
+    std::memmove(rep->s, s.data(), s.size());
+    rep->s[s.size()] = '\0';
+    rep->len = static_cast<std::uint32_t>(s.size());
+}
+
+QVStrRep* newRep(std::string_view s) {
+    if (s.empty()) return &QV_nilStrRep;
+    const std::uint64_t size = checkedSizeClass(s.size());
+    if (!size) return &QV_nilStrRep;
+    QVStrRep* rep = withCapacity(std::malloc(size - 4), size);
+    setText(rep, s);
     return rep;
 }
 
@@ -84,25 +102,15 @@ char QVSubString::operator[](int pos) const {
     return view()[static_cast<std::size_t>(pos)];
 }
 
-QVString::QVString(std::string_view s) : QVString() {
-    assign(s);
-}
-QVString::QVString(const QVString& s) : QVString() {
-    assign(s.view());
-}
-QVString::QVString(const QVSubString& s) : QVString() {
-    assign(s.view());
-}
-QVString::QVString(const char* s) : QVString() {
-    assign(QVText(s).view());
-}
-QVString::QVString(char c) : QVString() {
-    assign({&c, 1});
-}
+QVString::QVString(std::string_view s) : rep_(newRep(s)) {}
+QVString::QVString(const QVString& s) : rep_(newRep(s.view())) {}
+QVString::QVString(const QVSubString& s) : rep_(newRep(s.view())) {}
+QVString::QVString(const char* s) : rep_(newRep(QVText(s).view())) {}
+QVString::QVString(char c) : rep_(newRep({&c, 1})) {}
 
 QVString::QVString(const char* s, int length) : QVString() {
     require(s, "s != NULL");
-    if (length > 0) assign({s, static_cast<std::size_t>(length)});
+    if (length > 0) rep_ = newRep({s, static_cast<std::size_t>(length)});
 }
 
 QVString& QVString::operator=(const QVString& s) {
@@ -120,10 +128,6 @@ QVString& QVString::operator=(char c) {
     return *this;
 }
 
-void QVString::freeRep() {
-    if (!IsNull()) std::free(rep_);
-}
-
 bool QVString::aliases(std::string_view s) const {
     const std::less_equal<const char*> notAfter;
     return notAfter(rep_->s, s.data()) && notAfter(s.data(), rep_->s + rep_->len);
@@ -132,12 +136,14 @@ bool QVString::aliases(std::string_view s) const {
 /// Makes the representation writable with room for n characters. The contents stay.
 bool QVString::reserve(std::size_t n) {
     if (n <= rep_->sz && !IsNull()) return true;
-    const std::uint64_t size = n > maxBlock ? maxBlock + 1 : sizeClass(n);
-    if (size < minBlock || size > maxBlock) {
-        Error("Requested length out of range");
-        return false;
+    const std::uint64_t size = checkedSizeClass(n);
+    if (!size) return false;
+    if (IsNull()) {
+        rep_ = withCapacity(std::malloc(size - 4), size);
+        setLength(0);
+    } else {
+        rep_ = withCapacity(std::realloc(rep_, size - 4), size);
     }
-    rep_ = resizeBlock(rep_, size);
     return true;
 }
 
@@ -152,9 +158,7 @@ void QVString::assign(std::string_view s) {
         return;
     }
     // A text inside this string fits it already, so nothing is moved before it is copied.
-    if (!reserve(s.size())) return;
-    std::memmove(rep_->s, s.data(), s.size());
-    setLength(s.size());
+    if (reserve(s.size())) setText(rep_, s);
 }
 
 void QVString::Alloc(int n) {

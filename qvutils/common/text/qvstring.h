@@ -2,6 +2,7 @@
 #include <compare>
 #include <concepts>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string_view>
@@ -184,8 +185,13 @@ public:
     int CompareTo(QVText s, CaseCompare mode = exact) const;
 
     /// The first occurrence at or after `start`, or -1.
-    int Index(char c, int start = 0) const;
-    int Index(QVText s, int start = 0) const;
+    int Index(char c, int start = 0) const {
+        return start < 0 ? -1 : static_cast<int>(view().find(c, static_cast<std::size_t>(start)));
+    }
+    int Index(QVText s, int start = 0) const {
+        return start < 0 ? -1
+                         : static_cast<int>(view().find(s.view(), static_cast<std::size_t>(start)));
+    }
     int Index(const QVRegex& r, int start = 0) const { return find(r, start).pos; }
     int Index(QVText s, CaseCompare mode) const { return Index(s, 0, mode); }
     int Index(QVText s, int start, CaseCompare mode) const;
@@ -264,7 +270,9 @@ private:
     void assign(std::string_view s);
     void edit(int pos, int len, std::string_view s);
     void edit(int pos, int len, QVText s) { edit(pos, len, s.view()); }
-    void freeRep();
+    void freeRep() {
+        if (rep_ != &QV_nilStrRep) std::free(rep_);
+    }
 
     QVStrRep* rep_;
 };

@@ -72,14 +72,6 @@ QVString::Found QVString::find(const QVPattern& p, int start) const {
     return {pos, length};
 }
 
-int QVString::Index(char c, int start) const {
-    return start < 0 ? -1 : toPosition(view().find(c, static_cast<std::size_t>(start)));
-}
-
-int QVString::Index(QVText s, int start) const {
-    return start < 0 ? -1 : toPosition(view().find(s.view(), static_cast<std::size_t>(start)));
-}
-
 int QVString::Index(QVText s, int start, CaseCompare mode) const {
     if (mode == exact) return Index(s, start);
     if (start < 0 || start > Length()) return -1;
