@@ -11,7 +11,14 @@
 namespace {
 
 bool endsName(char c) {
-    return c == '.' || c == '[' || c == ']' || c == '(' || c == ')';
+    switch (c) {
+        case '.':
+        case '[':
+        case ']':
+        case '(':
+        case ')': return true;
+        default: return false;
+    }
 }
 
 }  // namespace

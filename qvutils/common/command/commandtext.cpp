@@ -97,9 +97,7 @@ std::size_t qvFindAssignment(std::string_view statement) {
 }
 
 std::string_view qvTakeWord(std::string_view& text) {
-    std::size_t end = 0;
-    while (end < text.size() && !isBlank(text[end])) ++end;
-    const std::string_view word = text.substr(0, end);
+    const std::string_view word = text.substr(0, text.find(' '));
     text.remove_prefix(word.size());
     text = qvTrimmed(text);
     return word;
