@@ -97,6 +97,9 @@ QVCORE_API bool isPathSeparator(char c);
 /// `directory` and `name` with one separator between; an empty directory gives the name alone.
 QVCORE_API std::string joinPath(const std::string& directory, const std::string& name);
 
+/// The path behind all symbolic links at the end of `path`; the last of them may point to nothing.
+QVCORE_API std::string followLinks(const std::string& path);
+
 /// A file that is replaced whole or not at all. All is written to a temporary file beside the
 /// target, which takes the target's place in commit(). A symbolic link stays and what it points to
 /// is replaced; the access rights of a replaced file are kept. A target that exists and is not
@@ -132,7 +135,6 @@ private:
     /// Empty when the target is written directly.
     std::string temporary_;
     bool finished_ = false;
-    bool replaces_ = false;
     std::string error_;
 };
 

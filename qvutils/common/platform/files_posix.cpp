@@ -5,7 +5,9 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "qvutils/common/platform/files.h"
 
@@ -116,6 +118,18 @@ bool FileSystem::syncDirectory(const std::string& path) {
     const bool done = flush(descriptor) || errno == EINVAL;
     ::close(descriptor);
     return done;
+}
+
+std::string followLinks(const std::string& path) {
+    constexpr int mostLinks = 40;
+    std::filesystem::path target = path;
+    std::error_code error;
+    for (int i = 0; i < mostLinks; ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(target, error);
+        if (error) break;
+        target = target.parent_path() / next;
+    }
+    return target.string();
 }
 
 char pathSeparator() { return '/'; }

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -121,6 +122,22 @@ bool FileSystem::copyPermissions(const std::string& from, const std::string& to)
 
 /// MOVEFILE_WRITE_THROUGH has waited for the disk already.
 bool FileSystem::syncDirectory(const std::string&) { return true; }
+
+std::string followLinks(const std::string& path) {
+    const std::wstring wide = toWide(path);
+    const DWORD attributes = GetFileAttributesW(wide.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+        return path;
+    }
+    constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileW(wide.c_str(), 0, shared, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return path;
+    wchar_t target[32768];
+    const DWORD length = GetFinalPathNameByHandleW(file, target, std::size(target), 0);
+    CloseHandle(file);
+    return length > 0 && length < std::size(target) ? toUtf8(target) : path;
+}
 
 char pathSeparator() { return '\\'; }
 

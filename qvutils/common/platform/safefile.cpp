@@ -1,29 +1,11 @@
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "qvutils/common/platform/files.h"
 
 namespace qvplatform {
 
-namespace fs = std::filesystem;
-
 namespace {
-
-/// The path behind all symbolic links at the end of `path`. The last one may point to nothing yet.
-std::string followLinks(const std::string& path) {
-    constexpr int mostLinks = 40;
-    fs::path target(std::u8string(path.begin(), path.end()));
-    std::error_code error;
-    for (int i = 0; i < mostLinks; ++i) {
-        const fs::path next = fs::read_symlink(target, error);
-        if (error) break;
-        target = next.is_absolute() ? next : target.parent_path() / next;
-    }
-    const std::u8string text = target.u8string();
-    return {text.begin(), text.end()};
-}
 
 std::string directoryOf(const std::string& path) {
     std::size_t end = path.size();
@@ -56,7 +38,6 @@ bool SafeFile::open(const std::string& path) {
     FileSystem& system = fileSystem();
     errno = 0;
     const FileStatus status = system.status(target_);
-    replaces_ = status.exists();
     if (status.isDirectory()) errno = EISDIR;
     if (status.isFile() && !status.writable) errno = EACCES;
     if (status.isDirectory() || (status.isFile() && !status.writable)) return fail("write", path);
@@ -67,7 +48,12 @@ bool SafeFile::open(const std::string& path) {
     } else {
         file_ = system.openTemporary(directoryOf(target_), temporary_);
     }
-    return file_ || fail("write", path);
+    if (!file_) return fail("write", path);
+    // Before anything is written: a private file's text is private in the temporary file too.
+    if (!temporary_.empty() && status.exists() && !system.copyPermissions(target_, temporary_)) {
+        return fail("set the access rights of", path);
+    }
+    return true;
 }
 
 bool SafeFile::write(const void* data, std::size_t size) {
@@ -82,12 +68,7 @@ bool SafeFile::finish() {
     FileSystem& system = fileSystem();
     errno = 0;
     if (std::ferror(file_)) return fail("write", target_);
-    if (!temporary_.empty()) {
-        if (replaces_ && !system.copyPermissions(target_, temporary_)) {
-            return fail("set the access rights of", target_);
-        }
-        if (!system.sync(file_)) return fail("write", target_);
-    }
+    if (!temporary_.empty() && !system.sync(file_)) return fail("write", target_);
     FILE* const file = std::exchange(file_, nullptr);
     if (!system.close(file)) return fail("write", target_);
     finished_ = true;

@@ -102,7 +102,12 @@ TEST(SafeFile, keeps_access_rights) {
     const fs::perms before = fs::status(path).permissions();
     fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::owner_exec);
     const fs::perms rights = fs::status(path).permissions();
-    ASSERT_TRUE(replace(path, "new"));
+    SafeFile file;
+    ASSERT_TRUE(file.open(path));
+    for (const std::string& name : namesIn(directory)) {
+        EXPECT_EQ(fs::status(directory.file(name)).permissions(), rights) << "while it is written";
+    }
+    ASSERT_TRUE(file.write("new") && file.commit());
     EXPECT_EQ(fs::status(path).permissions(), rights);
     ASSERT_TRUE(replace(directory.file("b"), "new"));
     EXPECT_EQ(fs::status(directory.file("b")).permissions(), before) << "as any new file";
