@@ -181,13 +181,13 @@ bool isTiny(const char* c, const char* end) {
         if (seen && !afterPoint) ++position;
         if (!seen && afterPoint) --position;
     }
-    // An exponent of many digits can only be negative here.
     if (c == end || (*c != 'e' && *c != 'E')) return position < 0;
     ++c;
     if (c != end && *c == '+') ++c;
-    long long power = 0;
-    const bool fits = std::from_chars(c, end, power).ec != std::errc::result_out_of_range;
-    return !fits || power + position < 0;
+    int power = 0;
+    const bool isNegative = c != end && *c == '-';
+    if (std::from_chars(c, end, power).ec == std::errc::result_out_of_range) return isNegative;
+    return power + position < 0;
 }
 
 /// The text between the blanks, for the readers of the beginning of a text.

@@ -156,7 +156,7 @@ struct QVRegex::Compiled {
         const Cursor begin(text.data(), steps);
         const auto all = static_cast<std::ptrdiff_t>(text.size());
         flags |= boost::match_posix;
-        if (start > 0) flags |= boost::match_prev_avail;
+        if (start > 0) flags |= boost::match_prev_avail | boost::match_not_bob;
         return boost::regex_search(begin + static_cast<std::ptrdiff_t>(start), begin + all, groups,
                                    engine, flags);
     }

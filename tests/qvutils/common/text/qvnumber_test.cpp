@@ -202,6 +202,7 @@ TEST(NumberText, the_loose_readers_take_the_number_at_the_start) {
     EXPECT_EQ(atoD("\t-1.5e2x", failed), -150);
     EXPECT_EQ(atoF("+2.5", failed), 2.5f);
     EXPECT_EQ(atoD("1e999", failed), HUGE_VAL);
+    EXPECT_EQ(atoD("-10e9223372036854775807x", failed), -HUGE_VAL);
     EXPECT_EQ(failed, 0);
 }
 

@@ -52,6 +52,7 @@ TEST(Regex, classes_go_by_byte) {
     EXPECT_EQ(found("^b$", "a\nb\nc"), "b");
     EXPECT_EQ(QVString("ab").Index(QVRegex("^b")), -1);
     EXPECT_EQ(QVString("ab").Index(QVRegex("^b"), 1), -1);
+    EXPECT_EQ(QVString("ab").Last(QVRegex("\\`b")), -1);
     EXPECT_EQ(QVString("a\0b", 3).Index(QVRegex("b")), 2);
 }
 
