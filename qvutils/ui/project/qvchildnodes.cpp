@@ -6,8 +6,12 @@
 
 namespace {
 
+/// Names are often numbered, and used in that order: the slots of names that differ in their last
+/// character only are neighbours in memory.
 std::uint32_t hashOf(std::string_view name) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
+    if (name.empty()) return 0;
+    const std::size_t hash = std::hash<std::string_view>()(name.substr(0, name.size() - 1));
+    return static_cast<std::uint32_t>(hash + static_cast<unsigned char>(name.back()));
 }
 
 }  // namespace
@@ -53,7 +57,7 @@ qvProjectNode* qvChildNodes::findIndexed(std::string_view name) const {
     for (std::size_t i = hash & mask; slots_[i].order; i = (i + 1) & mask) {
         const Slot& slot = slots_[i];
         if (slot.hash == hash && slot.child && (!first || slot.order < first->order) &&
-            slot.child->name_.view() == name) {
+            slot.name == name) {
             first = &slot;
         }
     }
@@ -94,12 +98,13 @@ void qvChildNodes::rebuildIndex() {
 }
 
 void qvChildNodes::enter(qvProjectNode* child) {
-    const std::uint32_t hash = hashOf(child->name_.view());
+    const std::string_view name = child->name_.view();
+    const std::uint32_t hash = hashOf(name);
     const std::size_t mask = slots_.size() - 1;
     std::size_t i = hash & mask;
     while (slots_[i].child) i = (i + 1) & mask;
     if (!slots_[i].order) ++used_slots_;
-    slots_[i] = {hash, child->order_, child};
+    slots_[i] = {name, child, hash, child->order_};
 }
 
 void qvChildNodes::leave(const qvProjectNode* child) {

@@ -35,9 +35,10 @@ private:
     /// A hash table in one piece, as a look-up among many children should touch little memory:
     /// a slot is found by the hash of the name, or one of those after it.
     struct Slot {
+        std::string_view name;           ///< the characters are the child's own
+        qvProjectNode* child = nullptr;  ///< null in a slot that is free (again)
         std::uint32_t hash = 0;
         unsigned order = 0;  ///< of the child in the list; 0 in a slot that was never used
-        qvProjectNode* child = nullptr;  ///< null in a slot that is free (again)
     };
     static constexpr int fewChildren = 8;
 
