@@ -148,4 +148,5 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
     std::fprintf(stderr, "%s\n", withoutLineEnd(message).c_str());
     const std::vector<std::string> hints = getHints().empty() ? treeHints(message) : getHints();
     if (!hints.empty()) std::fprintf(stderr, "did you mean: %s\n", joined(hints).c_str());
+    std::fflush(stderr);
 }

@@ -14,8 +14,10 @@ constexpr int wrongUsage = 2;
 
 // Warnings are no results: a script that reads standard output must not see them.
 void showDiagnostics(int kind, const char* piece) {
-    if (kind == qvOutputWarning) std::fflush(stdout);
-    std::fputs(piece, kind == qvOutputWarning ? stderr : stdout);
+    FILE* stream = kind == qvOutputWarning ? stderr : stdout;
+    if (stream == stderr) std::fflush(stdout);
+    std::fputs(piece, stream);
+    if (stream == stderr) std::fflush(stderr);
 }
 
 /// The application behind qv. Questions go to the prompt; without one they are answered "cancel".

@@ -6,7 +6,7 @@ file(WRITE ${WORK}/good.qv "app.numsubnodes()\r\napp.numsubnodes()")
 file(WRITE ${WORK}/bad.qv "app.numsubnodes()\n\nx.y()\napp.numsubnodes()\n")
 execute_process(COMMAND printf "\\357\\273\\277app.numsubnodes()\\n" OUTPUT_FILE ${WORK}/mark.qv)
 file(WRITE ${WORK}/empty.qv "")
-execute_process(COMMAND printf "app.numsubnodes()\\n\\0\\n" OUTPUT_FILE ${WORK}/nul.qv)
+execute_process(COMMAND printf "app.numsubnodes()\\n\\0\\n" OUTPUT_FILE ${WORK}/zero.qv)
 
 # expect(STATUS n [INPUT file] [OUT regex] [ERR regex] ARGS argument...): OUT and ERR must match all
 # that was written to standard output and standard error; nothing when left out.
@@ -56,7 +56,7 @@ expect(STATUS 1 OUT "0\n" ERR "standard input:3${unknown}.*" INPUT bad.qv ARGS -
 expect(STATUS 1 OUT "0\n0\n" ERR "qv: missing.qv: [^\n]+\n" ARGS run missing.qv good.qv)
 expect(STATUS 1 ERR "qv: missing.qv: [^\n]+\n" ARGS --stop-on-error run missing.qv good.qv)
 expect(STATUS 1 ERR "qv: folder: [^\n]+\n" ARGS run folder)
-expect(STATUS 1 ERR "qv: nul.qv:2: [^\n]*NUL[^\n]*\n" ARGS run nul.qv)
+expect(STATUS 1 ERR "qv: zero.qv:2: [^\n]*NUL[^\n]*\n" ARGS run zero.qv)
 
 # A project that is left unsaved is told.
 expect(STATUS 0 ERR "qv: project \"Gerät\" has not been saved\n"

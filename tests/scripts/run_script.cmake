@@ -10,8 +10,9 @@ set(output)
 foreach(script ${NAME}.qv ${NAME}.2.qv)
     if(EXISTS ${here}/${script})
         file(COPY ${here}/${script} DESTINATION ${WORK})
-        execute_process(COMMAND ${EMULATOR} ${QV} run --echo ${script} WORKING_DIRECTORY ${WORK}
-                        INPUT_FILE /dev/null OUTPUT_VARIABLE text ERROR_VARIABLE text
+        # Through a shell, so that both streams are one and keep their order.
+        execute_process(COMMAND sh -c "exec \"$@\" 2>&1" sh ${EMULATOR} ${QV} run --echo ${script}
+                        WORKING_DIRECTORY ${WORK} INPUT_FILE /dev/null OUTPUT_VARIABLE text
                         RESULT_VARIABLE status)
         string(APPEND output "${text}exit status ${status}\n")
     endif()
