@@ -94,7 +94,8 @@ void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
     std::string_view rest = statement;
     const std::string_view word = qvTakeWord(rest);
     switch (classify(word, assignment != statement.npos)) {
-        case Form::empty: return;
+        case Form::empty:
+            return;
         case Form::reference:
         case Form::copy: {
             const std::string_view name =
@@ -102,8 +103,10 @@ void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
             const std::string_view path = qvTrimmed(statement.substr(assignment + 1));
             return word == "Set" ? defineCopy(name, path) : defineReference(name, path);
         }
-        case Form::deletion: return deleteReference(rest);
-        case Form::help: return help(rest, result);
+        case Form::deletion:
+            return deleteReference(rest);
+        case Form::help:
+            return help(rest, result);
         case Form::assignment: {
             const std::string left(qvTrimmed(statement.substr(0, assignment)));
             const QVString right = qvUnquote(statement.substr(assignment + 1));
@@ -171,8 +174,9 @@ void QVCommandBase::deleteReference(std::string_view name) {
 
 void QVCommandBase::help(std::string_view path, QVString& result) {
     if (path.empty()) {
-        result = "Statements:\n path  path(arguments)  path = value  Ref& name = path\n"
-                 " Set name = path(arguments)  Del name  help path\nPaths begin with:\n";
+        result =
+            "Statements:\n path  path(arguments)  path = value  Ref& name = path\n"
+            " Set name = path(arguments)  Del name  help path\nPaths begin with:\n";
         std::vector<std::string> names;
         listRoots(names);
         for (const std::string& name : names) result += QVString(" ") + name.c_str() + "\n";
@@ -229,8 +233,7 @@ bool QVCommandBase::resolve(std::string_view text, lastMethod last, bool withTex
     return true;
 }
 
-bool QVCommandBase::enterRoot(std::string_view name, std::string_view path,
-                              QVCommandElt& element) {
+bool QVCommandBase::enterRoot(std::string_view name, std::string_view path, QVCommandElt& element) {
     if (const QVCommandElt* global = globals_->find(name)) {
         element = *global;
         return true;
@@ -272,9 +275,9 @@ bool QVCommandBase::enterEntry(const qvPathStep& step, QVCommandElt& element) {
         return false;
     }
     if (step.nIndices != ndims) {
-        qverr().setf(step.nIndices > ndims ? "too many indices in %.*s!\n"
-                                           : "too few indices in %.*s!\n",
-                     size(step.name), step.name.data());
+        qverr().setf(
+            step.nIndices > ndims ? "too many indices in %.*s!\n" : "too few indices in %.*s!\n",
+            size(step.name), step.name.data());
         return false;
     }
     for (int dimension = 1; dimension <= ndims; ++dimension) {

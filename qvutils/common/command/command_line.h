@@ -11,8 +11,8 @@ struct qvPathStep;
 
 /// What can stand where the user stopped typing.
 struct qvCompletions {
-    int start = 0;                  ///< where in the text the name to complete begins
-    std::vector<std::string> names; ///< sorted; a method ends in "(", a list in "["
+    int start = 0;                   ///< where in the text the name to complete begins
+    std::vector<std::string> names;  ///< sorted; a method ends in "(", a list in "["
 };
 
 /// Runs command text: splits it into statements, follows paths through published objects, calls
@@ -51,8 +51,7 @@ public:
         return true;
     }
     /// A statement failed; called before OnParseCommand hears of it. `line` counts from 1.
-    virtual void OnCommandError(int /*line*/, const char* /*statement*/, const char* /*message*/) {
-    }
+    virtual void OnCommandError(int /*line*/, const char* /*statement*/, const char* /*message*/) {}
     /// Adds the names that FindInApp knows, for completion and hints.
     virtual void OnListRoots(std::vector<std::string>& /*names*/) {}
 

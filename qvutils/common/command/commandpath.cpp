@@ -16,8 +16,10 @@ bool endsName(char c) {
         case '[':
         case ']':
         case '(':
-        case ')': return true;
-        default: return false;
+        case ')':
+            return true;
+        default:
+            return false;
     }
 }
 

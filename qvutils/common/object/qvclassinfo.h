@@ -49,7 +49,11 @@ QVObject* qvCreateObject() {
 /// Declares the record of a class derived from QVObject, in its public part. The source defines it:
 ///     const qvClassInfo qvNotesNode::cinfo_qvNotesNode("qvNotesNode",
 ///         qvProjectNode::getStaticClassInfo(), nullptr, qvCreateObject<qvNotesNode>);
-#define QV_CLASS_INFO(CLASS)                                                    \
-    static const qvClassInfo cinfo_##CLASS;                                     \
-    static const qvClassInfo* getStaticClassInfo() { return &cinfo_##CLASS; }   \
-    const qvClassInfo* getClassInfo() const override { return &cinfo_##CLASS; }
+#define QV_CLASS_INFO(CLASS)                           \
+    static const qvClassInfo cinfo_##CLASS;            \
+    static const qvClassInfo* getStaticClassInfo() {   \
+        return &cinfo_##CLASS;                         \
+    }                                                  \
+    const qvClassInfo* getClassInfo() const override { \
+        return &cinfo_##CLASS;                         \
+    }

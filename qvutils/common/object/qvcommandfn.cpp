@@ -17,10 +17,14 @@ std::string_view trimmed(std::string_view text) {
 
 char unescaped(char c) {
     switch (c) {
-        case 'n': return '\n';
-        case 'r': return '\r';
-        case 't': return '\t';
-        default: return c;
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        default:
+            return c;
     }
 }
 

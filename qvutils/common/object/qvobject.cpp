@@ -56,11 +56,10 @@ QVCommandElt QVObject::getPublishedElt(const char* name, bool withTexts) {
 bool QVObject::findPublishedElt(std::string_view name, bool withTexts, QVCommandElt& element) {
     qvPublishRequest request(name, withTexts, element);
     publishInto(request);
-    if (request.wants("objtype")) {
-        request_ = &request;
-        PublishFn("objtype", &QVObject::objectType, "get the object type");
-        request_ = nullptr;
-    }
+    qvPublishRequest* outer = request_;
+    request_ = &request;
+    PublishFn("objtype", &QVObject::objectType, "get the object type");
+    request_ = outer;
     return request.found();
 }
 
@@ -170,8 +169,10 @@ void QVObject::sendMessage(QVMessage& message) {
     const std::string_view mode = keyValue(name, "SEARCHMODE:");
     const bool keyed = !mode.empty() || name.find("RECEIVERS:") != name.npos;
     const std::string receivers(keyed ? keyValue(name, "RECEIVERS:") : name);
-    sendMessage1(mode.empty() ? 1 : mode.size() == 1 ? mode[0] - '0' : 0, receivers.c_str(),
-                 message);
+    sendMessage1(mode.empty()       ? 1
+                 : mode.size() == 1 ? mode[0] - '0'
+                                    : 0,
+                 receivers.c_str(), message);
 }
 
 void QVObject::sendMessage(const char* name, int code, void* data1, void* data2) {
@@ -197,18 +198,19 @@ bool QVObject::beginWalk() {
 }
 
 // Watchers. Objects may die on any thread, so the list has a lock; a watcher lives and dies on the
-// thread that owns the objects it watches.
+// thread that owns the objects it watches. Both are never destroyed: objects with static storage
+// may die after everything else.
 
 namespace {
 
 std::mutex& watcherLock() {
-    static std::mutex lock;
-    return lock;
+    static auto* const lock = new std::mutex;
+    return *lock;
 }
 
 std::vector<qvObjectWatcher*>& watchers() {
-    static std::vector<qvObjectWatcher*> all;
-    return all;
+    static auto* const all = new std::vector<qvObjectWatcher*>;
+    return *all;
 }
 
 }  // namespace

@@ -193,12 +193,12 @@ protected:
                           help);
     }
     template <class Lambda, class Help>
-        requires std::is_class_v<Lambda>
+    requires std::is_class_v<Lambda>
     void PublishFn(const char* name, const Lambda& lambda, const Help& help) {
         PublishFn(name, +lambda, help);
     }
     template <class Lambda, class Help>
-        requires std::is_class_v<Lambda>
+    requires std::is_class_v<Lambda>
     void PublishFn(const char* name, const Lambda& lambda, const Help& help,
                    qvRequiredArgs required) {
         PublishFn(name, +lambda, help, required);

@@ -106,8 +106,8 @@ bool QVObject::readState(void* preamble, std::size_t size) {
     if (!file) return false;
     Header header;
     bool loaded = false;
-    if (files.read(file, header.bytes, headerSize) == headerSize &&
-        header.isFor(getClassName()) && files.read(file, preamble, size) == size) {
+    if (files.read(file, header.bytes, headerSize) == headerSize && header.isFor(getClassName()) &&
+        files.read(file, preamble, size) == size) {
         loaded = OnLoadState(file, header.version());
     } else {
         qverr().setf("the state file is damaged or not one of a %s\n%s\n", getClassName(),

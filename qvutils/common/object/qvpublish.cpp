@@ -10,8 +10,7 @@ bool contains(const PublishContainer::Range& range, int index) {
 
 }  // namespace
 
-bool PublishContainer::GetPtrArray(Array2d<void*>& entries, int& kind, int i, int j,
-                                   int nIndices) {
+bool PublishContainer::GetPtrArray(Array2d<void*>& entries, int& kind, int i, int j, int nIndices) {
     kind = getEntryKind();
     const int ndims = getNdims();
     Range rows = ndims == 2 ? getRange(1) : Range{1, 1};

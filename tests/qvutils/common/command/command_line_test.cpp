@@ -43,14 +43,23 @@ TEST_F(CommandLine, a_result_tells_whether_all_statements_succeeded) {
 
 TEST_F(CommandLine, values_of_every_kind_are_set_and_shown) {
     const std::pair<const char*, const char*> values[] = {
-        {"width = 0.1", "0.1"},     {"width = 1.5e3", "1500"}, {"index = 1.25", "1.25"},
-        {"count = -7", "-7"},       {"order = 3", "3"},        {"lossy = 2", "1"},
-        {"axis = y", "y"},          {"field = (1, 2)", "(1,2)"}, {"note = two words", "two words"},
-        {"label = abcdefghij", "abcdefg"}, {"note = \"quoted\\ttext\"", "quoted\ttext"},
-        {"note = a == b", "a == b"}, {"profile[-1] = 4", "4"},   {"modes[2][0] = 5", "5"}};
+        {"width = 0.1", "0.1"},
+        {"width = 1.5e3", "1500"},
+        {"index = 1.25", "1.25"},
+        {"count = -7", "-7"},
+        {"order = 3", "3"},
+        {"lossy = 2", "1"},
+        {"axis = y", "y"},
+        {"field = (1, 2)", "(1,2)"},
+        {"note = two words", "two words"},
+        {"label = abcdefghij", "abcdefg"},
+        {"note = \"quoted\\ttext\"", "quoted\ttext"},
+        {"note = a == b", "a == b"},
+        {"profile[-1] = 4", "4"},
+        {"modes[2][0] = 5", "5"}};
     for (const auto& [assignment, shown] : values) {
-        const std::string path = "app." + std::string(assignment).substr(
-                                              0, std::string(assignment).find(' '));
+        const std::string path =
+            "app." + std::string(assignment).substr(0, std::string(assignment).find(' '));
         EXPECT_EQ(run("app." + std::string(assignment) + "; " + path), shown + std::string("\n"));
     }
     EXPECT_EQ(run("app.profile"), "     [-1]     4\n     [0]     0\n     [1]     0.5\n");
@@ -63,10 +72,10 @@ TEST_F(CommandLine, values_of_every_kind_are_set_and_shown) {
 
 TEST_F(CommandLine, a_value_that_does_not_fit_changes_nothing) {
     root.count = 4;
-    for (const char* text : {"app.count = 12abc", "app.count = 2*3", "app.count = 3000000000",
-                             "app.width = 1e999", "app.width = ", "app.order = 40000",
-                             "app.lossy = maybe", "app.axis = xy", "app.field = (1,2) x",
-                             "app.stub = 1", "app.profile = 1", "app.rename = 1", "app = 5"}) {
+    for (const char* text :
+         {"app.count = 12abc", "app.count = 2*3", "app.count = 3000000000", "app.width = 1e999",
+          "app.width = ", "app.order = 40000", "app.lossy = maybe", "app.axis = xy",
+          "app.field = (1,2) x", "app.stub = 1", "app.profile = 1", "app.rename = 1", "app = 5"}) {
         const std::string message = run(text);
         const std::string path = std::string(text).substr(0, std::string(text).find(' '));
         EXPECT_TRUE(message.starts_with("!could not set \"" + path + "\" to \"")) << message;

@@ -47,15 +47,20 @@ public:
         PublishFn("add", &Guide::Add, "( name[, width] ): add a part", qvRequiredArgs(1));
         PublishFn("find", &Guide::Find, "( name ): find a part");
         PublishFn("remove", &Guide::Remove, "(): remove this part");
-        PublishFn("area", [](Guide& guide, double scale) { return guide.width * scale; },
-                  "( scale ): scaled width");
-        PublishFn("copyof", [](Guide& guide) { return std::make_unique<Guide>(guide); },
-                  "(): an independent copy");
-        PublishFn("fail", [](Guide&) { qverr().set("it failed\n"); }, "(): fails");
+        PublishFn(
+            "area", [](Guide& guide, double scale) { return guide.width * scale; },
+            "( scale ): scaled width");
+        PublishFn(
+            "copyof", [](Guide& guide) { return std::make_unique<Guide>(guide); },
+            "(): an independent copy");
+        PublishFn(
+            "fail", [](Guide&) { qverr().set("it failed\n"); }, "(): fails");
         PublishFn("run", &Guide::Run, "( text ): run commands");
-        PublishFn("runnote", [](Guide& guide) { return guide.Run(guide.note); }, "(): runs note");
-        PublishFn("each", [](Guide&, const QVCommandArgList& args) { return args.nargs(); },
-                  [this] { return "(...): counts arguments of " + name; });
+        PublishFn(
+            "runnote", [](Guide& guide) { return guide.Run(guide.note); }, "(): runs note");
+        PublishFn(
+            "each", [](Guide&, const QVCommandArgList& args) { return args.nargs(); },
+            [this] { return "(...): counts arguments of " + name; });
     }
 
     void Rename(const QVString& newName) { name = newName; }

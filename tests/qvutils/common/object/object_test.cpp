@@ -148,8 +148,9 @@ TEST_F(StateFiles, bring_an_object_back_up_to_date) {
     ASSERT_TRUE(top.SaveState()) << qverr().chars();
     EXPECT_FALSE(top.IsModified());
     const std::string bytes = contentOf(handler.getSFile("sum"));
-    EXPECT_EQ(bytes.substr(0, 40), std::string("\1\0\0\0Sum\0\0\0\0\0\0\0\0\0\0\0\0\0\7\0\0\0", 24) +
-                                       std::string(16, '\0'));
+    EXPECT_EQ(
+        bytes.substr(0, 40),
+        std::string("\1\0\0\0Sum\0\0\0\0\0\0\0\0\0\0\0\0\0\7\0\0\0", 24) + std::string(16, '\0'));
     Sum again(1);
     again.inputs = {&left, &right};
     ASSERT_TRUE(load(again));

@@ -14,12 +14,14 @@ public:
     QV_CLASS_INFO(Publisher)
 
     void OnPublish() override {
-        PublishFn("first", [](Publisher&) { return 1; }, "(): 1");
+        PublishFn(
+            "first", [](Publisher&) { return 1; }, "(): 1");
         PublishFn("number", &Publisher::Number, [this] {
             ++helpsComputed;
             return QVString("computed");
         });
-        PublishFn("first", [](Publisher&) { return 2; }, "(): hidden by the first one");
+        PublishFn(
+            "first", [](Publisher&) { return 2; }, "(): hidden by the first one");
         PublishVar("value", value, "a value");
         PublishList("numbers", numbers, "a list of values");
         PublishList("others", others, "a list of objects");
@@ -85,7 +87,8 @@ TEST_F(Published, computed_help_is_computed_when_asked_for) {
 TEST_F(Published, every_argument_type_is_converted) {
     EXPECT_EQ(call("number", "1, 2.5, 1e2, true, \"ab\", c, \"\""), "106.5");
     EXPECT_EQ(call("number", "1,1,1,0,a,b,c"), "-1");
-    for (const char* args : {"x,1,1,1,a,b,c", "1,,1,1,a,b,c", "1,1,1z,1,a,b,c", "1,1,1,yes,a,b,c"}) {
+    for (const char* args :
+         {"x,1,1,1,a,b,c", "1,,1,1,a,b,c", "1,1,1z,1,a,b,c", "1,1,1,yes,a,b,c"}) {
         EXPECT_EQ(call("number", args), "");
         EXPECT_TRUE(std::strstr(qverr().chars_and_reset(), "is not a number")) << args;
     }
