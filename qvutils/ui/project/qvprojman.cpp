@@ -123,9 +123,10 @@ qvProject* qvProjectManager::loadProject(const char* filename, const char* noden
     }
     qvProjectNode* parent = OnFindParentForNode(node.get());
     if (!node->Create() || !parent->AddNode(node.get())) return nullptr;
+    const qvNodeGuard loading(node.get());
     auto* project = static_cast<qvProject*>(node.release());
     if (project->LoadFromFile(filename)) return project;
-    parent->RemoveNode(project, true);
+    if (loading) parent->RemoveNode(project, true);
     return nullptr;
 }
 
@@ -182,7 +183,9 @@ void qvProjectManager::clearClipboard() {
 void qvProjectManager::setClipboard(const TextBlock& block, const QVString& source) {
     clearClipboard();
     clipboard_source_ = source;
-    if (!source.Empty()) clipboard_ = std::make_unique<TextBlock>(block);
+    if (source.Empty()) return;
+    clipboard_ = std::make_unique<TextBlock>(block);
+    clipboard_->compact();  // it may be a small part of a large file
 }
 
 QVString qvProjectManager::exportClipboard() const {

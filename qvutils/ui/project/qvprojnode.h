@@ -105,7 +105,6 @@ public:
     // The tree.
 
     qvProjectNode* getParent() const { return parent_; }
-    List<qvProjectNode*>& getNodes() { return children_.list(); }
     const List<qvProjectNode*>& getNodes() const { return children_.list(); }
     int getNumSubnodes() const { return children_.size(); }
     qvProject* getRootProject();
@@ -144,8 +143,8 @@ public:
     /// Replaces what the node holds by what the block says. The tree stays as it was when the block
     /// cannot be read.
     bool ReadBlock(TextBlock& block);
-    /// Writes the lines kept by KeepLine() and then the blocks of the children, with the comments that
-    /// stood between them.
+    /// Writes the lines kept by KeepLine() and then the blocks of the children, with the comments
+    /// that stood between them.
     bool WriteChildNodes(FBuff& buffer) const;
     /// Makes the children from the blocks in the buffer, up to its end or to an "end" line. Blocks
     /// of unknown types and lines that belong to no block are counted as syntax errors and kept.

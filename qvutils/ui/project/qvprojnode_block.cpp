@@ -78,6 +78,7 @@ void qvProjectNode::KeepLine(std::string_view line) {
 bool qvProjectNode::ReadBlock(TextBlock& block) {
     if (qverr()) return false;
     SyntaxErrorReport report;
+    const qvNodeGuard self(this);
     if (!replaceBody(block)) {
         if (!qverr()) {
             qverr().setf("Sorry, there was a problem reading the textBlock <%s> named \"%s\".\n",
@@ -86,7 +87,6 @@ bool qvProjectNode::ReadBlock(TextBlock& block) {
         return false;
     }
     report.take();
-    const qvNodeGuard self(this);
     Prepare();
     prepared_ = true;
     if (children_.size()) {
@@ -106,9 +106,11 @@ bool qvProjectNode::replaceBody(TextBlock& block) {
     const bool prepared = std::exchange(prepared_, false);
     if (qvNameSpace* space = GetNameSpace()) space->PrepareToLoad();
 
-    if (loadBody(block)) {
+    const qvNodeGuard self(this);
+    const bool read = loadBody(block);
+    if (read || !self) {
         destroy(std::move(children));
-        return true;
+        return read;
     }
     destroy(children_.exchange(std::move(children)));
     kept_ = std::move(kept);
@@ -181,8 +183,9 @@ bool qvProjectNode::readChild(const BodyReader& reader, TextBlock& block, QVStri
         qverr().setf("invalid name %s\n", name.Chars());
         return false;
     } else {
+        const qvNodeGuard self(this);
         child->setName(name);
-        if (!child->Create()) return false;
+        if (!child->Create() || !self) return false;
         child->setParent(this);
         if (!readBodyOf(child, block)) return false;
     }

@@ -84,7 +84,7 @@ void qvProjectNode::SetParam(QVCommandElt& element, const char* value, const cha
 }
 
 void qvProjectManager::OnPublish() {
-    PublishList("subnodes", getNodes(), "list of the open projects", true);
+    PublishList("subnodes", children_.list(), "list of the open projects", true);
     PublishFn("numsubnodes", &qvProjectNode::getNumSubnodes, "(): get number of subnodes");
     PublishFn("addsubnode", addSubnode, [this] {
         return "( blocktype,newname ): add a new subnode; blocktype=" + acceptedTypes();

@@ -119,6 +119,17 @@ TEST_F(FileTest, a_project_without_side_files_leaves_no_state_file) {
     EXPECT_FALSE(exists("off_prj.sta"));
 }
 
+TEST_F(FileTest, a_large_project_is_written_whole) {
+    qvProject* p = addProject();
+    for (const char* name : {"a", "b", "c", "d"}) {
+        const std::string text = std::string(50000, *name) + "\n";
+        static_cast<qvNotesNode*>(add(p, name, "notesTB"))->setText(text.c_str());
+    }
+    ASSERT_TRUE(p->SaveToFile(path.c_str()));
+    const std::string written = contentOf(path);
+    EXPECT_EQ(written.substr(written.find("begin <projectTB")), textOf(*p));
+}
+
 TEST_F(FileTest, files_that_are_no_projects_are_refused) {
     const std::string header = "begin <qvApplicationInfo(1.1)>\nend\n";
     const std::string sorry = "Sorry, the file was not successfully loaded.\n";

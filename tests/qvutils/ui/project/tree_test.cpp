@@ -175,6 +175,10 @@ TEST_F(TreeTest, listeners_may_destroy_the_nodes_that_events_are_about) {
         if (guard) guard.node()->Copy();
         if (project) project.node()->Paste("c");
         if (guard) guard.node()->Rename("d");
+        TextBlock block;
+        block.LoadBlock("begin <deviceTB(1.0)> \"x\"\nWIDTH = 1\n"
+                        "begin <deviceTB(1.0)> \"y\"\nWIDTH = 1\nend\nend\n");
+        if (guard) guard.node()->ReadBlock(block);
         if (guard) guard.node()->Delete();
         qverr().reset();
     }
