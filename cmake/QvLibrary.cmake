@@ -10,7 +10,8 @@ endforeach()
 add_library(qvcore ${objects})
 add_library(qvcore::qvcore ALIAS qvcore)
 set_target_properties(qvcore PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
-                                        SOVERSION ${PROJECT_VERSION_MAJOR})
+                                        SOVERSION ${PROJECT_VERSION_MAJOR}
+                                        RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 target_compile_features(qvcore PUBLIC cxx_std_20)
 
 # The umbrella header names every public header of every room.

@@ -1,7 +1,7 @@
 # Installs a build of the library into a fresh place, builds the consumer there with find_package
 # and with pkg-config, and runs both:
 #   cmake -DBUILD=build/release -DKIND=static|shared [-DTOOLCHAIN=file] [-DEMULATOR=program]
-#         -P check.cmake
+#         [-DSUFFIX=.exe] -P check.cmake
 # The shared library is built below BUILD when BUILD itself is a static one.
 cmake_minimum_required(VERSION 3.25)
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH tests)
@@ -24,7 +24,9 @@ endfunction()
 
 set(toolchain)
 if(TOOLCHAIN)
-    set(toolchain -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_FIND_ROOT_PATH=${prefix})
+    # A cross build looks for packages in its own root alone.
+    set(toolchain -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dqvcore_DIR=${prefix}/lib/cmake/qvcore
+                  -DCMAKE_EXE_LINKER_FLAGS=-static)
 endif()
 
 set(library ${BUILD})
@@ -35,13 +37,13 @@ if(KIND STREQUAL "shared")
     run(${CMAKE_COMMAND} --build ${library})
 endif()
 run(${CMAKE_COMMAND} --install ${library} --prefix ${prefix})
-execute_process(COMMAND ${EMULATOR} ${prefix}/bin/qv --version COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${EMULATOR} ${prefix}/bin/qv${SUFFIX} --version COMMAND_ERROR_IS_FATAL ANY)
 
 # -Werror and the like must not come along: the consumer has warnings of its own.
 run(${CMAKE_COMMAND} -G Ninja -S ${CMAKE_CURRENT_LIST_DIR} -B ${work}/build ${toolchain}
     -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${work}/build)
-expect_greeting(${work}/build/consumer)
+expect_greeting(${work}/build/consumer${SUFFIX})
 
 find_program(pkg_config NAMES pkg-config)
 if(TOOLCHAIN OR NOT pkg_config)

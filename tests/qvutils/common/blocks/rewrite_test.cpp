@@ -55,21 +55,10 @@ TEST(Rewrite, comments_stay_with_their_lines) {
     }
 }
 
-TEST(Rewrite, free_text_holds_no_comments) {
-    std::string text = "begin <notesTB(1.0)>\n  >http://x // y\n  // mine\n  size 3 // um\nend\n";
-    for (int i = 0; i < 3; ++i) {
-        TextBlock block = blockOf(text);
-        block.StartWrite({"notesTB", 1, 0}, nullptr, nullptr);
-        block.AppendLine(">http://x // y");
-        block.writeline("size 3");
-        block.EndWrite();
-        EXPECT_EQ(block.text(), text);
-    }
-}
-
 /// What a block holds, and an edited text of it.
 struct Sample {
-    std::vector<std::string> items;  ///< lines, and child blocks, which begin with "begin"
+    /// Lines, lines of free text (which begin with ">") and child blocks.
+    std::vector<std::string> items;
     std::string text;
     std::string comments;
 };
@@ -88,9 +77,11 @@ public:
                 sample.items.push_back(child.text);
                 sample.text += "  " + child.text;
                 sample.comments += child.comments;
+            } else if (pick(4) == 0) {
+                sample.items.push_back(">free // text");
+                sample.text += "  >free // text\n";
             } else {
-                sample.items.push_back(pick(5) ? "gap " + std::to_string(pick(100))
-                                               : "url http://x");
+                sample.items.push_back(pick(5) ? "gap 3" : "url http://x");
                 sample.text += "  " + sample.items.back() + trailing(sample);
             }
             gap(sample);
@@ -102,7 +93,7 @@ public:
 private:
     int pick(int n) { return static_cast<int>(random_() % static_cast<unsigned>(n)); }
     std::string trailing(Sample& sample) {
-        return pick(2) ? " " + comment(sample) : "\n";
+        return pick(2) ? std::string(" ").append(comment(sample)) : "\n";
     }
     std::string comment(Sample& sample) {
         std::string text = "// c" + std::to_string(++last_) + (pick(3) ? "\n" : " // more\n");
@@ -125,6 +116,8 @@ std::string rewritten(const std::string& text, const std::vector<std::string>& i
     for (const std::string& item : items) {
         if (item.rfind("begin", 0) == 0) {
             block.AppendBlock(blockOf(item));
+        } else if (item.front() == '>') {
+            block.AppendLine(item);
         } else {
             block.WriteLine(item);
         }
@@ -140,8 +133,10 @@ std::string commentsOf(const std::string& text) {
     std::string comments;
     while (buffer.getPosn() < buffer.getLen()) {
         std::string line(buffer.nextLine());
-        const std::size_t address = line.find("http://");
-        line.erase(0, address == line.npos ? 0 : address + 7);
+        for (const std::string_view content : {"http://", ">free //"}) {
+            line.erase(0,
+                       line.find(content) == line.npos ? 0 : line.find(content) + content.size());
+        }
         comments += line.find("//") == line.npos ? "" : line.substr(line.find("//"));
     }
     return comments;

@@ -88,6 +88,7 @@ TEST_F(TextBlockTest, header_fields_come_from_the_header_line_alone) {
         {"begin <a(1.0)> // \"z\"", "a", 1, 0, ""},
         {"begin <abcdefghijklmnopqrstuvwxyz0123456789(4.5)>", "abcdefghijklmnopqrstuvwxyz01234", 4,
          5, ""},
+        {"begin <a(1.", "a", 1, -1, ""},
         {"begin <a(99999999999.1)>", "a", -1, -1, ""},
         {"begin", "", -1, -1, nullptr},
         {"begin <>", "", -1, -1, nullptr},
