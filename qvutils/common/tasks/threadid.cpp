@@ -13,6 +13,7 @@ namespace {
 
 class Numbers {
 public:
+    /// -1 when all are in use.
     int take() {
         const std::lock_guard hold(mutex_);
         if (!free_.empty()) {
@@ -20,10 +21,7 @@ public:
             free_.pop();
             return number;
         }
-        if (next_ == qvMaxThreads) {
-            exitfn("Too many threads: more than %d are running at the same time", qvMaxThreads);
-        }
-        return next_++;
+        return next_ == qvMaxThreads ? -1 : next_++;
     }
     void giveBack(int number) {
         const std::lock_guard hold(mutex_);
@@ -46,6 +44,9 @@ thread_local int threadNumber = -1;
 
 int firstAsked() {
     threadNumber = numbers().take();
+    if (threadNumber < 0) {
+        exitfn("Too many threads: more than %d are running at the same time", qvMaxThreads);
+    }
     const auto giveBack = [](void* number) {
         numbers().giveBack(static_cast<int>(reinterpret_cast<std::intptr_t>(number)));
     };
