@@ -76,12 +76,12 @@ Keyword keywordOf(std::string_view line) {
         return Keyword::none;
     }
     switch (line[0] | 0x20) {
-    case 'b':
-        return beginsWithWord(line, "begin") ? Keyword::begin : Keyword::none;
-    case 'e':
-        return beginsWithWord(line, "end") ? Keyword::end : Keyword::none;
-    default:
-        return Keyword::none;
+        case 'b':
+            return beginsWithWord(line, "begin") ? Keyword::begin : Keyword::none;
+        case 'e':
+            return beginsWithWord(line, "end") ? Keyword::end : Keyword::none;
+        default:
+            return Keyword::none;
     }
 }
 
@@ -112,17 +112,17 @@ BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth) {
         extent.bodyEnd = extent.end;
         extent.end += line.size();
         switch (keywordOf(line)) {
-        case Keyword::begin:
-            if (++depth > maxDepth) {
-                extent.status = Extent::tooDeep;
-                return extent;
-            }
-            break;
-        case Keyword::end:
-            --depth;
-            break;
-        case Keyword::none:
-            break;
+            case Keyword::begin:
+                if (++depth > maxDepth) {
+                    extent.status = Extent::tooDeep;
+                    return extent;
+                }
+                break;
+            case Keyword::end:
+                --depth;
+                break;
+            case Keyword::none:
+                break;
         }
     }
     extent.status = Extent::whole;
@@ -131,7 +131,7 @@ BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth) {
 
 HeaderFields parseHeaderLine(std::string_view line) {
     HeaderFields fields;
-    std::string_view text = skipSpace(line);
+    std::string_view text = skipSpace(line.substr(0, line.find_last_not_of("\r\n") + 1));
     while (!text.empty() && !isSpace(text.front())) {
         text.remove_prefix(1);
     }
@@ -148,13 +148,8 @@ HeaderFields parseHeaderLine(std::string_view line) {
     text = skipSpace(text);
     if (takeChar(text, '"')) {
         const std::size_t quote = text.find('"');
-        std::string_view name = text.substr(0, quote);
+        fields.name = text.substr(0, quote).substr(0, longestName);
         fields.rest = quote == text.npos ? std::string_view() : text.substr(quote + 1);
-        // A name that is never closed ends with its line.
-        if (quote == text.npos && !name.empty() && name.back() == '\n') {
-            name.remove_suffix(1);
-        }
-        fields.name = name.substr(0, longestName);
     }
     return fields;
 }

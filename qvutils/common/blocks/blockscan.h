@@ -33,7 +33,7 @@ struct HeaderFields {
     int major = -1;
     int minor = -1;
     std::string_view name;
-    std::string_view rest;  ///< what follows the name, or the signature when there is no name
+    std::string_view rest;  ///< what follows, without the line's end
 };
 
 /// header: word "<" signature ">" [ '"' name [ '"' ] ]

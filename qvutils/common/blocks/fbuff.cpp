@@ -261,8 +261,8 @@ bool FBuff::LoadFile(const char* path) {
     std::size_t length = 0;
     const bool read = qvplatform::readWholeFile(path, room, length);
     const int cause = errno;
-    const char* nul = read ? static_cast<const char*>(std::memchr(store->data(), 0, length))
-                           : nullptr;
+    const char* nul =
+        read ? static_cast<const char*>(std::memchr(store->data(), 0, length)) : nullptr;
     if (tooLong) {
         qverr().setf(500, "File \"%s\" is longer than 4 GiB\n", path);
     } else if (!read) {

@@ -68,7 +68,7 @@ public:
     /// From `offset` bytes beyond the cursor: the rest of that line from its "//" or, without one,
     /// its "\n", and the comment lines after it. A single "\n" when nothing is allocated.
     const char* getnlc(int offset) const;
-    /// Reads the next line as sscanf would, independent of the locale; returns the number of fields.
+    /// Reads the next line as sscanf would, independent of the locale; returns how many fields.
     int scanline(const char* fmt, ...) const QV_SCANF_LIKE(2, 3);
     /// The line that the last reader returned.
     const char* getLastLine() const { return line_.chars(); }
@@ -115,7 +115,7 @@ private:
     void share(const FBuff& other, unsigned from, unsigned to);
     /// Forgets the text from `length` on.
     void cutTo(unsigned length);
-    /// Steps over whole-line comments and blank lines of the comment source and writes the comments.
+    /// Steps over blank lines and whole-line comments of the comment source; writes the comments.
     void carryComments();
     void setFlag(std::uint32_t flag, bool on) { flags_ = on ? flags_ | flag : flags_ & ~flag; }
     bool owns() const;

@@ -22,7 +22,8 @@ std::size_t trailingBlanks(std::string_view text) {
 
 std::size_t count(std::string_view text, std::string_view part) {
     std::size_t n = 0;
-    for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + part.size())) {
+    for (std::size_t at = text.find(part); at != text.npos;
+         at = text.find(part, at + part.size())) {
         ++n;
     }
     return n;
@@ -129,8 +130,8 @@ const char* FBuff::getnlc(int offset) const {
     if (!store_) {
         return line_.keep(newline);
     }
-    const std::size_t from = std::min<std::size_t>(
-        posn_ + static_cast<std::size_t>(std::max(offset, 0)), length_);
+    const std::size_t from =
+        std::min<std::size_t>(posn_ + static_cast<std::size_t>(std::max(offset, 0)), length_);
     const std::string_view line = qvblocks::lineAt(text(), from);
     const std::string_view rest =
         line.substr(std::min({line.find("//"), line.find('\n'), line.size()}));
@@ -155,6 +156,10 @@ int FBuff::scanline(const char* fmt, ...) const {
 void FBuff::WriteLine(std::string_view text) {
     Append(text);
     if (!comments_) {
+        return;
+    }
+    if (comments_->posn_ >= comments_->length_) {
+        appendRaw(newline);
         return;
     }
     std::string_view comment;

@@ -27,8 +27,8 @@ char* LineBuffer::request(std::uint32_t need) {
 }
 
 const char* LineBuffer::keep(std::string_view text) {
-    char* data = text.size() < UINT32_MAX ? request(static_cast<std::uint32_t>(text.size()) + 1)
-                                          : nullptr;
+    char* data =
+        text.size() < UINT32_MAX ? request(static_cast<std::uint32_t>(text.size()) + 1) : nullptr;
     if (!data) {
         qverr().set("not enough memory for a line of text\n");
         return "";

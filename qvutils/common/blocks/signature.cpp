@@ -1,6 +1,5 @@
 #include "qvutils/common/blocks/signature.h"
 
-
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
 
@@ -79,7 +78,8 @@ int checksig(const char* found, const char* expected, const char* fileName) {
     parsefunc(found, name, version, longestPart);
     parsefunc(expected, wantedName, wantedVersion, longestPart);
     if (!sameText(name, wantedName)) {
-        qverr().setf(1, "Invalid signature in file \"%s\" - wrong file?\nExpected signature \"%s\" ",
+        qverr().setf(1,
+                     "Invalid signature in file \"%s\" - wrong file?\nExpected signature \"%s\" ",
                      fileName, expected);
         return 1;
     }

@@ -132,8 +132,7 @@ void TextBlock::takeText(FBuff& source, unsigned from, unsigned bodyFrom, unsign
 }
 
 void TextBlock::parseHeader() {
-    const qvblocks::HeaderFields fields =
-        qvblocks::parseHeaderLine(text().substr(0, bodyStart_));
+    const qvblocks::HeaderFields fields = qvblocks::parseHeaderLine(text().substr(0, bodyStart_));
     if (fields.hasSignature) {
         setType(std::string(fields.type).c_str());
         major = fields.major;
@@ -151,7 +150,8 @@ void TextBlock::enterBody() {
 void TextBlock::StartRead(const TBlockSig& sig, bool checkVersion) {
     if (!Loaded() && !alloced()) {
         CodeError("TextBlock::LoadBlock not called?", "qvutils", 1);
-    } else if (!eCheckType(sig.type) && !(checkVersion && eCheckVersion(sig.major, sig.minor, -1))) {
+    } else if (!eCheckType(sig.type) &&
+               !(checkVersion && eCheckVersion(sig.major, sig.minor, -1))) {
         enterBody();
     }
 }

@@ -84,9 +84,7 @@ public:
     bool IsBeforeVersion(int wantedMajor, int wantedMinor) const;
     bool IsBeforeVersion(const TBlockSig& sig) const { return !VersionAtLeast(sig); }
     bool IsAfterVersion(int wantedMajor, int wantedMinor) const;
-    bool IsAfterVersion(const TBlockSig& sig) const {
-        return IsAfterVersion(sig.major, sig.minor);
-    }
+    bool IsAfterVersion(const TBlockSig& sig) const { return IsAfterVersion(sig.major, sig.minor); }
 
     /// Checks that post an error; true when the check FAILS.
     bool eCheckType(const char* type) const;

@@ -29,15 +29,15 @@ const char* TextBlock::MakeTBlockHeader(const TBlockSig& sig, const char* name) 
     LineBuffer& header = qvplatform::perThread<LineBuffer, struct HeaderText>();
     const bool named = name && *name;
     // Numbers, brackets and quotes come to at most 38 characters.
-    const std::size_t size = (named ? std::strlen(name) : 0) +
-                             std::max<std::size_t>(std::strlen(sig.type), 24) + 38;
+    const std::size_t size =
+        (named ? std::strlen(name) : 0) + std::max<std::size_t>(std::strlen(sig.type), 24) + 38;
     char* text = header.request(static_cast<std::uint32_t>(size));
     if (!text) {
         return "";
     }
     if (named) {
-        qvplatform::format(text, size, "begin <%s(%d.%d)> \"%s\"\n", sig.type, sig.major,
-                           sig.minor, name);
+        qvplatform::format(text, size, "begin <%s(%d.%d)> \"%s\"\n", sig.type, sig.major, sig.minor,
+                           name);
     } else {
         qvplatform::format(text, size, "begin <%s(%d.%d)>\n", sig.type, sig.major, sig.minor);
     }

@@ -62,8 +62,8 @@ std::string safePart(std::string_view text) {
 /// from being special to the system; key and name only help whoever looks into the directory.
 std::string newPath(std::string_view key, std::string_view name) {
     static std::atomic<unsigned> last{0};
-    return qvplatform::joinPath(cacheDirectory().path, std::to_string(++last) + '-' +
-                                                           safePart(key) + '-' + safePart(name));
+    return qvplatform::joinPath(
+        cacheDirectory().path, std::to_string(++last) + '-' + safePart(key) + '-' + safePart(name));
 }
 
 bool copyFile(const std::string& from, const std::string& to) {

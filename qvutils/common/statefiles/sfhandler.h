@@ -43,13 +43,13 @@ public:
     /// Writes a record for each side file in use. False after a failure, with an error pending.
     bool StoreSFiles(FILE* file, const char* key);
     /// Replaces the side files by those that a state file holds for `key`. Given a file that no
-    /// StateFileRecords has scanned, this reads through the whole of it. False after a failure, with
-    /// an error pending.
+    /// StateFileRecords has scanned, this reads through the whole of it. False after a failure,
+    /// with an error pending.
     bool ExtractSFiles(FILE* file, const char* key);
     bool ExtractSFiles(StateFileRecords& records, const char* key);
     /// Forgets all side files and removes their files.
     void DeleteAll();
-    /// Replaces the side files by copies of another's. False after a failure, with an error pending.
+    /// Replaces the side files by copies of another's. False with an error pending after a failure.
     bool Copy(const SFHandler& other);
 
     /// While busy, storing and extracting are code errors.

@@ -7,6 +7,7 @@
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/threads.h"
 
 namespace {
 
@@ -26,8 +27,7 @@ void appendNumber(std::string& bytes, std::size_t number) {
 
 /// Those that have scanned a file, for handlers that are only given the file.
 std::vector<StateFileRecords*>& scanned() {
-    thread_local std::vector<StateFileRecords*> all;
-    return all;
+    return qvplatform::perThread<std::vector<StateFileRecords*>>();
 }
 
 void postFailure(const char* action, const std::string& path) {
@@ -55,11 +55,11 @@ bool copyBytes(FILE* from, FILE* to, std::int64_t size) {
 class StateFileRecords::Reader {
 public:
     explicit Reader(FILE* file) : file_(file) {
-        if (files().seek(file, 0, SEEK_END)) {
-            size_ = files().tell(file);
-        }
-        files().seek(file, 0, SEEK_SET);
+        sound_ = files().seek(file, 0, SEEK_END) && (size_ = files().tell(file)) >= 0 &&
+                 files().seek(file, 0, SEEK_SET);
     }
+    /// False once the file has turned out damaged or unreadable.
+    bool sound() const { return sound_; }
     bool atEnd() const { return posn_ >= size_; }
     std::int64_t posn() const { return posn_; }
 
@@ -95,15 +95,21 @@ public:
         text.resize(static_cast<std::size_t>(length));
         return take(text.data(), text.size());
     }
-    bool skip(std::int64_t size) {
+    bool takeHead(StateFileRecord& record) {
+        sound_ =
+            takeMagic() && takeText(record.key) && takeText(record.name) && takeLength(record.size);
+        return sound_;
+    }
+    void skip(std::int64_t size) {
         posn_ += size;
-        return files().seek(file_, posn_, SEEK_SET);
+        sound_ = files().seek(file_, posn_, SEEK_SET);
     }
 
 private:
     std::int64_t left() const { return size_ - posn_; }
 
     FILE* file_;
+    bool sound_ = true;
     std::int64_t posn_ = 0;
     std::int64_t size_ = 0;
 };
@@ -123,21 +129,17 @@ void StateFileRecords::scan(FILE* file) {
     file_ = file;
     scanned().push_back(this);
     Reader reader(file);
-    while (!reader.atEnd()) {
-        StateFileRecord record;
-        if (!reader.takeMagic() || !reader.takeText(record.key) || !reader.takeText(record.name) ||
-            !reader.takeLength(record.size)) {
-            wlprintf("***WARNING*** invalid project state file\n");
-            return;
-        }
+    for (StateFileRecord record; reader.sound() && !reader.atEnd() && reader.takeHead(record);) {
         if (record.size == 0) {
             return;
         }
         record.offset = reader.posn();
         byKey_[record.key].push_back(records_.size());
-        const std::int32_t size = record.size;
-        records_.push_back(std::move(record));
-        reader.skip(size);
+        records_.push_back(record);
+        reader.skip(record.size);
+    }
+    if (!reader.sound()) {
+        wlprintf("***WARNING*** invalid project state file\n");
     }
 }
 
@@ -191,8 +193,8 @@ bool StateFileRecords::extract(std::size_t i, const std::string& path) const {
         postFailure("create", path);
         return false;
     }
-    bool copied = files().seek(file_, record.offset, SEEK_SET) &&
-                  copyBytes(file_, out, record.size);
+    bool copied =
+        files().seek(file_, record.offset, SEEK_SET) && copyBytes(file_, out, record.size);
     const int cause = errno;
     copied = files().close(out) && copied;
     if (!copied) {
@@ -208,7 +210,8 @@ bool storeStateRecord(FILE* file, std::string_view key, std::string_view name,
     const std::int64_t size = files().status(path).size;
     if (size >= sizeLimit) {
         wlwrite(("***WARNING*** side file \"" + std::string(name) +
-                 "\" is not stored: it has 2 GiB or more\n").c_str());
+                 "\" is not stored: it has 2 GiB or more\n")
+                    .c_str());
         return true;
     }
     if (size <= 0) {
@@ -225,8 +228,8 @@ bool storeStateRecord(FILE* file, std::string_view key, std::string_view name,
     appendNumber(head, name.size());
     head += name;
     appendNumber(head, static_cast<std::size_t>(size));
-    const bool stored = files().write(file, head.data(), head.size()) &&
-                        copyBytes(content, file, size);
+    const bool stored =
+        files().write(file, head.data(), head.size()) && copyBytes(content, file, size);
     if (!stored) {
         postFailure("store", path);
     }
