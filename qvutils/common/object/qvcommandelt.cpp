@@ -79,6 +79,10 @@ void QVCommandElt::enterEntry(int i, int j) {
     held_.clear();
     ndims_ = 0;
     isCopy_ = false;
+    if (kind_ != qvKindObject) return;
+    // An object speaks for itself, not for the list that it is in.
+    readOnly_ = false;
+    setTexts("", "");
 }
 
 bool QVCommandElt::getEntryText(int i, int j, QVString& text) const {

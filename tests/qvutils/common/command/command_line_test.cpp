@@ -215,6 +215,8 @@ TEST_F(CommandLine, help_describes_an_element_and_what_it_offers) {
     EXPECT_EQ(run("help app.parts; help app.modes; help app.rename"),
               "LIST<Guide> (read only)\nthe parts\nMATRIX<INTEGER>\nmode numbers\n"
               "FUNCTION\n( newname ): rename the guide\n");
+    run("app.add(a)");
+    EXPECT_TRUE(run("help app.parts[1]").starts_with("Guide\nChildren:\n"));
     const std::string text = run("help app");
     EXPECT_TRUE(text.starts_with("Guide\nChildren:\n add  FUNCTION  ( name[, width] ): add"));
     EXPECT_NE(text.find("\n each  FUNCTION  (...): counts arguments of root\n"), text.npos);

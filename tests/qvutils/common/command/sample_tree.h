@@ -21,7 +21,8 @@ public:
             for (int j = 0; j <= 2; ++j) modes[i][j] = 10 * i + j;
         }
     }
-    Guide(const Guide& other) : QVObject(other), name(other.name), width(other.width) {}
+    Guide(const Guide& other)
+        : QVObject(other), name(other.name), commands(other.commands), width(other.width) {}
     ~Guide() override {
         for (Guide* part : parts) delete part;
     }
@@ -88,7 +89,7 @@ public:
     bool Run(const char* text) { return commands->Execute(text); }
 
     QVString name;
-    Guide* parent;
+    Guide* parent = nullptr;
     QVCommandBase* commands = nullptr;
     List<Guide*> parts;
     double width = 1;
