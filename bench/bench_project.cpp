@@ -60,8 +60,8 @@ CommandTimes timeCommands(int n) {
         std::vector<std::string> texts;
         for (int i = 0; i < n; ++i) texts.push_back("app.subnodes[1]." + text(i));
         return 1e9 / n * secondsOf([&] {
-            for (const std::string& t : texts) commands.run(t);
-        });
+                   for (const std::string& t : texts) commands.run(t);
+               });
     };
     std::vector<int> order(n);
     for (int i = 0; i < n; ++i) order[i] = i;
@@ -72,8 +72,8 @@ CommandTimes timeCommands(int n) {
     times.find = time([&](int i) { return "findnode(" + nameOf('n', i); });
     times.findAnywhere = time([&](int i) { return "findnode(" + nameOf('n', order[i]); });
     times.copy = time([&](int i) { return "findnode(" + nameOf('n', i) + ".copy()"; });
-    times.rename = time(
-        [&](int i) { return "findnode(" + nameOf('n', i) + ".rename(" + nameOf('m', i); });
+    times.rename =
+        time([&](int i) { return "findnode(" + nameOf('n', i) + ".rename(" + nameOf('m', i); });
     times.remove = time([&](int i) { return "findnode(" + nameOf('m', i) + ".delete()"; });
     return times;
 }

@@ -13,8 +13,10 @@
 
 namespace {
 
+enum class Notes { asTheyAre, decoded };
+
 /// Loads a project and writes it again; empty when the text is refused.
-std::string loadAndWrite(const std::string& text) {
+std::string loadAndWrite(const std::string& text, Notes notes) {
     FBuff buffer;
     buffer.Append(text);
     buffer.setPosn(0);
@@ -28,6 +30,10 @@ std::string loadAndWrite(const std::string& text) {
         TextBlock block;
         if (project->LoadFromFile("p.prj")) {
             qverr().reset();
+            for (qvProjectNode* child : project->getNodes()) {
+                auto* note = dynamic_cast<qvNotesNode*>(child);
+                if (note && notes == Notes::decoded) note->getText();
+            }
             if (!project->WriteTB(block)) std::abort();
             written = block.text();
         }
@@ -49,7 +55,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);
     if (!ready || text.find('\0') != text.npos) return 0;
     text.resize(qvplatform::translateLineEnds(text.data(), text.size()));
-    const std::string first = loadAndWrite(text);
-    if (!first.empty() && loadAndWrite(first) != first) std::abort();
+    for (Notes notes : {Notes::asTheyAre, Notes::decoded}) {
+        const std::string first = loadAndWrite(text, notes);
+        if (!first.empty() && loadAndWrite(first, notes) != first) std::abort();
+    }
     return 0;
 }

@@ -22,9 +22,8 @@ std::string_view takeLine(std::string_view& text) {
 
 }  // namespace
 
-const qvClassInfo qvNotesNode::cinfo_qvNotesNode("qvNotesNode",
-                                                 qvProjectNode::getStaticClassInfo(), nullptr,
-                                                 qvCreateObject<qvNotesNode>);
+const qvClassInfo qvNotesNode::cinfo_qvNotesNode("qvNotesNode", qvProjectNode::getStaticClassInfo(),
+                                                 nullptr, qvCreateObject<qvNotesNode>);
 
 void registerNotesNode() {
     qvProjectNodeInfo info;

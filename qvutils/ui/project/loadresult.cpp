@@ -18,8 +18,9 @@ void SyntaxErrorReport::post() const {
     if (!any_) return;
     std::string text;
     if (qverr()) text = std::string(qverr().chars()) + "\n\n";
-    text += "Parts of the project could not be loaded due to syntax errors.\n"
-            "See the Warnings window for details.";
+    text +=
+        "Parts of the project could not be loaded due to syntax errors.\n"
+        "See the Warnings window for details.";
     if (!message_.empty()) text += "\n\n" + message_;
     qverr().set(syntaxErrors, text.c_str());
 }

@@ -88,9 +88,8 @@ const qvProjectNodeInfo* qvMetaDataTable::FindMetaDataByClass(const char* classN
 
 const qvProjectNodeInfo* qvMetaDataTable::FindMetaDataByClassInfo(
     const qvClassInfo* classInfo) const {
-    return findRecord(records_, [&](const qvProjectNodeInfo& record) {
-        return record.classInfo == classInfo;
-    });
+    return findRecord(
+        records_, [&](const qvProjectNodeInfo& record) { return record.classInfo == classInfo; });
 }
 
 const qvProjectNodeInfo* qvMetaDataTable::FindMetaDataByName(const char* displayName) const {

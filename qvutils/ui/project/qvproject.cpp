@@ -24,7 +24,8 @@ bool qvProject::CanEnSave() {
 }
 
 bool qvProject::ReadTB(TextBlock& block) {
-    const auto* info = getProjectManager().getMetaDataTable().FindMetaDataByBlockType(getTypeName());
+    const auto* info =
+        getProjectManager().getMetaDataTable().FindMetaDataByBlockType(getTypeName());
     if (!info) return false;
     block.StartRead(info->signature, true);
     if (qverr()) return false;
@@ -43,12 +44,14 @@ bool qvProject::WriteTB(TextBlock& block) const {
 }
 
 QVString qvProject::getDefaultExtension() const {
-    const auto* info = getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
+    const auto* info =
+        getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
     return info ? info->fileSuffix : QVString();
 }
 
 QVString qvProject::getWildcard() const {
-    const auto* info = getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
+    const auto* info =
+        getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
     if (!info) return {};
     return QVString().sprintf("%s files (*.%s)|*.%s", info->displayName.Chars(),
                               info->fileSuffix.Chars(), info->fileSuffix.Chars());

@@ -168,7 +168,8 @@ QVString qvProjectManager::getProjectWildcard(bool all) const {
         if (info.fileSuffix.Empty()) continue;
         const std::string pattern = std::string("*.") + info.fileSuffix.Chars();
         patterns += (patterns.empty() ? "" : ";") + pattern;
-        types += std::string("|") + info.displayName.Chars() + " files (" + pattern + ")|" + pattern;
+        types +=
+            std::string("|") + info.displayName.Chars() + " files (" + pattern + ")|" + pattern;
     }
     std::string wildcard = "All application files (" + patterns + ")|" + patterns + types;
     if (all) wildcard += "|All files (*.*)|*.*";

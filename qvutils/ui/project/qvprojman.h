@@ -21,8 +21,8 @@ public:
     /// Asks the listeners of 10007 and, when they allow it, destroys the project.
     virtual bool ProjectClose(qvProject* project);
     virtual bool ProjectCloseAll();
-    /// The file dialog's filter for all registered file types; with `all`, other files can be chosen
-    /// as well.
+    /// The file dialog's filter for all registered file types; with `all`, other files can be
+    /// chosen as well.
     virtual QVString getProjectWildcard(bool all) const;
     /// A node, not yet in the tree, for the first data block of a file; null on failure.
     virtual qvProjectNode* OnOpenFile(const char* filename, const char* nodename);

@@ -106,8 +106,8 @@ void qvProjectNode::OnEvent(qvEvent& event, int) {
 void qvProjectNode::SetupAppObj(qvEventSource& object, qvEventListener* hearer) {
     if (app_object_) listener().RemoveSource(*app_object_);
     app_object_ = &object;
-    for (int id : {qvAppObjEvents::refresh(), qvAppObjEvents::changed(),
-                   qvAppObjEvents::detached()}) {
+    for (int id :
+         {qvAppObjEvents::refresh(), qvAppObjEvents::changed(), qvAppObjEvents::detached()}) {
         listener().ListenTo(object, id);
     }
     if (hearer) hearer->ListenTo(source_, qvProjectEvent::changed);
@@ -118,7 +118,8 @@ void qvProjectNode::RefreshView(bool all) {
 }
 
 const char* qvProjectNode::getTypeName() const {
-    const auto* info = getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
+    const auto* info =
+        getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
     return info ? info->signature.type : "";
 }
 

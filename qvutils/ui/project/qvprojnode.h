@@ -18,14 +18,14 @@ struct qvProjectNodeInfo;
 /// The events of the project tree. A payload "allow" is a bool, true at first, which any listener
 /// may clear to forbid what is about to happen.
 namespace qvProjectEvent {
-inline constexpr int changed = 10000;    ///< on the node's own source: it or its subtree; (node)
-inline constexpr int removing = 10001;   ///< on the manager: cut or delete; (node, allow)
-inline constexpr int pasted = 10002;     ///< on the manager; (node)
-inline constexpr int added = 10003;      ///< on the manager: added, or its block was read; (node)
-inline constexpr int refresh = 10004;    ///< on the manager: refresh the views; (node, bool)
-inline constexpr int renamed = 10005;    ///< on the manager; (node)
-inline constexpr int opened = 10006;     ///< on the manager; (project, file name)
-inline constexpr int closing = 10007;    ///< on the manager; (project, allow)
+inline constexpr int changed = 10000;   ///< on the node's own source: it or its subtree; (node)
+inline constexpr int removing = 10001;  ///< on the manager: cut or delete; (node, allow)
+inline constexpr int pasted = 10002;    ///< on the manager; (node)
+inline constexpr int added = 10003;     ///< on the manager: added, or its block was read; (node)
+inline constexpr int refresh = 10004;   ///< on the manager: refresh the views; (node, bool)
+inline constexpr int renamed = 10005;   ///< on the manager; (node)
+inline constexpr int opened = 10006;    ///< on the manager; (project, file name)
+inline constexpr int closing = 10007;   ///< on the manager; (project, allow)
 }  // namespace qvProjectEvent
 
 /// The event kinds of an application object that is attached to a node (SetupAppObj).
@@ -207,7 +207,8 @@ private:
     qvEventSource* app_object_ = nullptr;
     std::unique_ptr<qvNameSpace> namespace_;
     KeptText kept_;
-    QVString lead_;  ///< the lines between the sibling before this node's block, or the start, and it
+    QVString
+        lead_;  ///< the lines between the sibling before this node's block, or the start, and it
     qvNodeGuard* guards_ = nullptr;
     qvEventSource source_;
     std::unique_ptr<qvEventListener> listener_;

@@ -45,7 +45,8 @@ bool qvProjectNode::WriteTB(TextBlock&) const {
 }
 
 void qvProjectNode::StartNodeBlock(TextBlock& block) const {
-    const auto* info = getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
+    const auto* info =
+        getProjectManager().getMetaDataTable().FindMetaDataByClassInfo(getClassInfo());
     if (!info) {
         CodeError("qvProjectNode::StartNodeBlock", "qvprojnode", __LINE__);
         return;

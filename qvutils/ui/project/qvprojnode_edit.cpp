@@ -95,8 +95,7 @@ bool qvProjectNode::CanEnRemove() {
 
 bool qvProjectNode::CanEnPaste() {
     const TextBlock* block = getProjectManager().clipboardBlock();
-    return block &&
-           CanContainItem({block->getType(), block->getMajorVer(), block->getMinorVer()});
+    return block && CanContainItem({block->getType(), block->getMajorVer(), block->getMinorVer()});
 }
 
 bool qvProjectNode::Copy() {

@@ -65,12 +65,15 @@ void qvProjectNode::OnPublish() {
     PublishFn("addsubnode", addSubnode, [this] {
         return "( blocktype, newname ): add a new subnode; blocktype=" + acceptedTypes();
     });
-    PublishFn("delete", [](qvProjectNode& node) { node.Delete(); }, "(): delete the node");
-    PublishFn("cut", [](qvProjectNode& node) { node.Cut(); }, "(): cut the node to the clipboard");
-    PublishFn("copy", [](qvProjectNode& node) { node.Copy(); },
-              "(): copy the node to the clipboard");
-    PublishFn("paste", [](qvProjectNode& node, const char* newname) { node.Paste(newname); },
-              "( newname ): paste subnode from the clipboard");
+    PublishFn(
+        "delete", [](qvProjectNode& node) { node.Delete(); }, "(): delete the node");
+    PublishFn(
+        "cut", [](qvProjectNode& node) { node.Cut(); }, "(): cut the node to the clipboard");
+    PublishFn(
+        "copy", [](qvProjectNode& node) { node.Copy(); }, "(): copy the node to the clipboard");
+    PublishFn(
+        "paste", [](qvProjectNode& node, const char* newname) { node.Paste(newname); },
+        "( newname ): paste subnode from the clipboard");
     PublishFn("readblock", readBlockText, "( text ): read text-block describing this node");
     PublishFn("writeblock", writeBlockText, "(): write text-block describing this node");
     PublishFn("getparent", &qvProjectNode::getParent, "(): get the parent node");
@@ -98,26 +101,34 @@ void qvProjectManager::OnPublish() {
         },
         "( filename[, nodename] ): open the specified project with the specified node name",
         qvRequiredArgs(1));
-    PublishFn("closeall", [](qvProjectManager& manager) { manager.ProjectCloseAll(); },
-              "(): close all projects");
-    PublishFn("paste", [](qvProjectManager& manager, const char* newname) { manager.Paste(newname); },
-              "( newname ): paste subnode from the clipboard");
+    PublishFn(
+        "closeall", [](qvProjectManager& manager) { manager.ProjectCloseAll(); },
+        "(): close all projects");
+    PublishFn(
+        "paste", [](qvProjectManager& manager, const char* newname) { manager.Paste(newname); },
+        "( newname ): paste subnode from the clipboard");
 }
 
 void qvProject::OnPublish() {
     qvProjectNode::OnPublish();
     PublishVar("filename", filename_, "project file name (used by save)");
-    PublishFn("savetofile",
-              [](qvProject& project, const char* filename) { project.SaveToFile(filename); },
-              "(filename): save the project to the specified file");
-    PublishFn("close", [](qvProject& project) { getProjectManager().ProjectClose(&project); },
-              "(): close the project");
-    PublishFn("setdirty", [](qvProject& project, int dirty) { project.setDirty(dirty != 0); },
-              "(iflag): sets the project dirty-flag; iflag=0:clean iflag=1:dirty");
-    PublishFn("getdirty", [](qvProject& project) { return project.IsDirty() ? 1 : 0; },
-              "(): returns the project dirty-flag; 0=clean 1=dirty");
-    PublishFn("setlocked", [](qvProject& project, int locked) { project.setLocked(locked != 0); },
-              "(iflag): sets the project locked-flag; iflag=0:unlocked iflag=1:locked");
-    PublishFn("getlocked", [](qvProject& project) { return project.IsLocked() ? 1 : 0; },
-              "(): returns the project locked-flag; 0=unlocked 1=locked");
+    PublishFn(
+        "savetofile",
+        [](qvProject& project, const char* filename) { project.SaveToFile(filename); },
+        "(filename): save the project to the specified file");
+    PublishFn(
+        "close", [](qvProject& project) { getProjectManager().ProjectClose(&project); },
+        "(): close the project");
+    PublishFn(
+        "setdirty", [](qvProject& project, int dirty) { project.setDirty(dirty != 0); },
+        "(iflag): sets the project dirty-flag; iflag=0:clean iflag=1:dirty");
+    PublishFn(
+        "getdirty", [](qvProject& project) { return project.IsDirty() ? 1 : 0; },
+        "(): returns the project dirty-flag; 0=clean 1=dirty");
+    PublishFn(
+        "setlocked", [](qvProject& project, int locked) { project.setLocked(locked != 0); },
+        "(iflag): sets the project locked-flag; iflag=0:unlocked iflag=1:locked");
+    PublishFn(
+        "getlocked", [](qvProject& project) { return project.IsLocked() ? 1 : 0; },
+        "(): returns the project locked-flag; 0=unlocked 1=locked");
 }

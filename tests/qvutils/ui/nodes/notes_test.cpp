@@ -58,11 +58,13 @@ TEST_F(NotesTest, a_last_line_is_given_its_end) {
 }
 
 TEST_F(NotesTest, lines_typed_without_the_mark_are_text) {
-    ASSERT_TRUE(read("begin <notesTB(1.0)> \"n\"\n\n  first // is text\n  // a comment\n"
-                     "  > second\n\nend\n"));
+    ASSERT_TRUE(
+        read("begin <notesTB(1.0)> \"n\"\n\n  first // is text\n  // a comment\n"
+             "  > second\n\nend\n"));
     EXPECT_EQ(notes.getText(), "first // is text\n second\n");
-    EXPECT_EQ(written(), "begin <notesTB(1.0)>\n  >first // is text\n  // a comment\n"
-                         "  > second\nend\n");
+    EXPECT_EQ(written(),
+              "begin <notesTB(1.0)>\n  >first // is text\n  // a comment\n"
+              "  > second\nend\n");
     notes.setText("other\n");
     EXPECT_EQ(written(), "begin <notesTB(1.0)>\n  >other\n  // a comment\nend\n");
 }

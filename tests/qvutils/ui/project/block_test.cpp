@@ -21,8 +21,9 @@ TEST_F(BlockTest, a_block_replaces_what_the_node_holds) {
     p->setDirty(false);
     int added = 0;
     EventHook hook(manager.GetEventSource(), qvProjectEvent::added, [&](qvEvent&) { ++added; });
-    ASSERT_TRUE(read(*p, "begin <projectTB(1.0)> \"other\"\n"
-                         "  begin <deviceTB(1.0)> \"a\"\n    WIDTH = 4\n  end\nend\n"));
+    ASSERT_TRUE(read(*p,
+                     "begin <projectTB(1.0)> \"other\"\n"
+                     "  begin <deviceTB(1.0)> \"a\"\n    WIDTH = 4\n  end\nend\n"));
     EXPECT_EQ(p->getName(), "p");
     EXPECT_EQ(p->FindChild("old"), nullptr);
     EXPECT_EQ(static_cast<DeviceNode*>(p->FindChild("a"))->width, 4);
@@ -134,15 +135,6 @@ TEST_F(BlockTest, a_block_that_cannot_be_read_leaves_the_tree_as_it_was) {
     EXPECT_EQ(error(), "Sorry, there was a problem reading the textBlock <notesTB> named \"n\".\n");
     p->FindChild("a")->NotifyChanged();
     EXPECT_TRUE(p->IsDirty());  // the old child is still listened to
-}
-
-TEST_F(BlockTest, a_copy_of_a_node_is_equal_and_has_no_parent) {
-    qvProjectNode* a = add(addProject(), "a");
-    add(a, "inner");
-    const std::unique_ptr<qvProjectNode> copy(a->newCopy());
-    ASSERT_TRUE(copy);
-    EXPECT_EQ(copy->getParent(), nullptr);
-    EXPECT_EQ(textOf(*copy), textOf(*a));
 }
 
 }  // namespace

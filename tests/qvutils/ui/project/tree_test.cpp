@@ -42,17 +42,6 @@ TEST_F(TreeTest, paths_lead_through_the_tree) {
     EXPECT_EQ(p->FindNode("a", a), b);
 }
 
-TEST_F(TreeTest, a_sibling_before_is_found) {
-    qvProject* p = addProject();
-    qvProjectNode* first = add(p, "1");
-    qvProjectNode* note = add(p, "2", "notesTB");
-    qvProjectNode* last = add(p, "3");
-    EXPECT_EQ(last->FindPreviousSibling(false), note);
-    EXPECT_EQ(last->FindPreviousSibling(true), first);
-    EXPECT_EQ(first->FindPreviousSibling(false), nullptr);
-    EXPECT_EQ(manager.FindPreviousSibling(false), nullptr);
-}
-
 // Random additions, renamings and removals, compared with a plain model of the child list.
 TEST_F(TreeTest, many_children_keep_their_order_and_names) {
     qvProject* p = addProject();
@@ -107,15 +96,6 @@ TEST_F(TreeTest, a_change_climbs_to_the_manager_and_makes_the_project_dirty) {
     EXPECT_FALSE(addProject("fresh")->IsDirty());
 }
 
-TEST_F(TreeTest, the_nodes_of_a_project_share_one_namespace) {
-    qvProject* p = addProject("p");
-    qvProjectNode* deep = add(add(p, "a"), "b");
-    EXPECT_NE(p->GetNameSpace(), nullptr);
-    EXPECT_EQ(deep->GetNameSpace(), p->GetNameSpace());
-    EXPECT_NE(addProject("q")->GetNameSpace(), p->GetNameSpace());
-    EXPECT_EQ(manager.GetNameSpace(), nullptr);
-}
-
 TEST_F(TreeTest, depth_is_limited_so_that_every_tree_can_be_read_again) {
     qvProject* p = addProject();
     qvProjectNode* node = p;
@@ -131,31 +111,13 @@ TEST_F(TreeTest, depth_is_limited_so_that_every_tree_can_be_read_again) {
     EXPECT_EQ(textOf(*open(directory.file("deep.prj"))), before);
 }
 
-TEST_F(TreeTest, an_attached_object_is_followed_until_it_detaches) {
-    qvProject* p = addProject();
-    qvEventSource object;
-    int refreshed = 0;
-    int changed = 0;
-    EventHook onRefresh(manager.GetEventSource(), qvProjectEvent::refresh,
-                        [&](qvEvent&) { ++refreshed; });
-    EventHook onChange(p->GetEventSource(), qvProjectEvent::changed, [&](qvEvent&) { ++changed; });
-    p->SetupAppObj(object);
-    object.RaiseEvent(qvAppObjEvents::refresh());
-    object.RaiseEvent(qvAppObjEvents::changed());
-    object.RaiseEvent(qvAppObjEvents::detached());
-    object.RaiseEvent(qvAppObjEvents::changed());
-    EXPECT_EQ(refreshed, 1);
-    EXPECT_EQ(changed, 2);
-    EXPECT_EQ(p->getAppObj(), nullptr);
-}
-
 // Whatever a listener destroys, the operation that raised the event ends well.
 TEST_F(TreeTest, listeners_may_destroy_the_nodes_that_events_are_about) {
     const std::vector<std::pair<int, bool>> cases = {
-        {qvProjectEvent::added, false},  {qvProjectEvent::added, true},
-        {qvProjectEvent::renamed, false}, {qvProjectEvent::renamed, true},
+        {qvProjectEvent::added, false},    {qvProjectEvent::added, true},
+        {qvProjectEvent::renamed, false},  {qvProjectEvent::renamed, true},
         {qvProjectEvent::removing, false}, {qvProjectEvent::removing, true},
-        {qvProjectEvent::pasted, false}, {qvProjectEvent::pasted, true},
+        {qvProjectEvent::pasted, false},   {qvProjectEvent::pasted, true},
         {qvProjectEvent::changed, true}};
     for (const auto& [id, wholeProject] : cases) {
         manager.ClearNodes();
@@ -176,8 +138,9 @@ TEST_F(TreeTest, listeners_may_destroy_the_nodes_that_events_are_about) {
         if (project) project.node()->Paste("c");
         if (guard) guard.node()->Rename("d");
         TextBlock block;
-        block.LoadBlock("begin <deviceTB(1.0)> \"x\"\nWIDTH = 1\n"
-                        "begin <deviceTB(1.0)> \"y\"\nWIDTH = 1\nend\nend\n");
+        block.LoadBlock(
+            "begin <deviceTB(1.0)> \"x\"\nWIDTH = 1\n"
+            "begin <deviceTB(1.0)> \"y\"\nWIDTH = 1\nend\nend\n");
         if (guard) guard.node()->ReadBlock(block);
         if (guard) guard.node()->Delete();
         qverr().reset();
