@@ -1,9 +1,7 @@
 # qv_add_rooms(FOLDER...): enter each room of the house.
 function(qv_add_rooms)
     foreach(folder IN LISTS ARGN)
-        if(EXISTS ${PROJECT_SOURCE_DIR}/${folder}/CMakeLists.txt)
-            add_subdirectory(${folder})
-        endif()
+        add_subdirectory(${folder})
     endforeach()
 endfunction()
 

@@ -99,14 +99,16 @@ bool Host::runFile(const std::string& path) {
 
 bool Host::runInput() {
     std::string line;
+    source_ = "standard input";
     for (int number = 1; readLine(stdin, line); ++number) {
         if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
         if (line.find('\0') != std::string::npos) {
-            OnCommandError(number, "", "the line holds a NUL byte");
+            firstLine_ = number;
+            OnCommandError(1, line.c_str(), "the line holds a NUL byte");
             if (!fail()) return false;
             continue;
         }
-        if (!run("standard input", line.c_str(), number)) return false;
+        if (!run(source_, line.c_str(), number)) return false;
     }
     return true;
 }
