@@ -30,7 +30,6 @@ void printLine(const char* text) {
     if (length == 0 || text[length - 1] != '\n') std::fputc('\n', stdout);
 }
 
-
 std::vector<std::string> blockTypes() {
     std::vector<std::string> names;
     const qvMetaDataTable& table = getProjectManager().getMetaDataTable();

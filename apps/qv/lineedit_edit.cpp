@@ -12,7 +12,8 @@
 
 namespace {
 
-// The editing library calls back with nothing but its own handle, so the one editor's parts are here.
+// The editing library calls back with nothing but its own handle, so the one editor's parts are
+// here.
 struct Editing {
     EditLine* handle = nullptr;
     History* history = nullptr;
@@ -21,7 +22,9 @@ struct Editing {
 };
 Editing editing;
 
-char* currentPrompt(EditLine*) { return editing.prompt.data(); }
+char* currentPrompt(EditLine*) {
+    return editing.prompt.data();
+}
 
 void enterIntoHistory(const std::string& line) {
     HistEvent event;
@@ -122,4 +125,6 @@ bool LineEditor::read(const std::string& prompt, std::string& line) {
     return true;
 }
 
-void LineEditor::remember(const std::string& line) { enterIntoHistory(line); }
+void LineEditor::remember(const std::string& line) {
+    enterIntoHistory(line);
+}

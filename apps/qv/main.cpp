@@ -47,7 +47,7 @@ private:
 void runInputs(const Options& options, Host& host) {
     for (const std::string& input : options.inputs) {
         const bool goOn = options.action == Options::Action::text ? host.run("-c", input.c_str())
-                                                                 : host.runFile(input);
+                                                                  : host.runFile(input);
         if (!goOn) break;
     }
 }

@@ -12,7 +12,8 @@ struct Word {
     /// Shown in the help after the name; empty for a word without arguments.
     const char* argument;
     const char* help;
-    /// Returns false when the arguments from `next` on do not suit; moves `next` past those it takes.
+    /// Returns false when the arguments from `next` on do not suit; moves `next` past those it
+    /// takes.
     bool (*apply)(Options&, const std::vector<std::string>& arguments, size_t& next);
 };
 
@@ -64,8 +65,8 @@ bool parseOptions(const std::vector<std::string>& arguments, Options& options, s
     bool onlyFiles = false;
     for (size_t next = 0; next < arguments.size();) {
         const std::string& argument = arguments[next++];
-        const bool isFile = options.action == Action::files &&
-                            (onlyFiles || argument == "-" || argument[0] != '-');
+        const bool isFile =
+            options.action == Action::files && (onlyFiles || argument == "-" || argument[0] != '-');
         if (isFile) {
             options.inputs.push_back(argument);
         } else if (options.action == Action::files && argument == "--") {

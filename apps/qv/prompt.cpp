@@ -1,6 +1,5 @@
 #include "apps/qv/prompt.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -68,6 +67,11 @@ std::string trimmed(const std::string& line) {
     return line.substr(first, line.find_last_not_of(" \t") - first + 1);
 }
 
+bool isYes(const std::string& answer) {
+    const std::string text = trimmed(answer);
+    return text == "y" || text == "Y" || text == "yes";
+}
+
 std::vector<std::string> wholeLines(const std::string& typed, const qvCompletions& completions) {
     std::vector<std::string> lines;
     const std::string before = typed.substr(0, static_cast<size_t>(completions.start));
@@ -121,8 +125,7 @@ bool Prompt::ask(const std::string& question) {
     if (!editor_) return false;
     std::string answer;
     if (!editor_->read(question + " [y/N] ", answer)) return false;
-    answer = trimmed(answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
+    return isYes(answer);
 }
 
 // The end of the input in place of an answer leaves: it would only come again.
@@ -130,6 +133,5 @@ bool Prompt::leave() {
     if (!listUnsaved()) return true;
     std::string answer;
     if (!editor_->read("Leave without saving? [y/N] ", answer)) return true;
-    answer = trimmed(answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
+    return isYes(answer);
 }

@@ -11,7 +11,9 @@
 
 const qvClassInfo qvAppBase::cinfo_qvAppBase("qvAppBase", QVObject::getStaticClassInfo());
 
-const char* qvAppBase::versionTag() { return "qvcore(39.1)"; }
+const char* qvAppBase::versionTag() {
+    return "qvcore(39.1)";
+}
 
 qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& commands)
     : name_(name), version_(version), commands_(commands) {
@@ -30,7 +32,9 @@ qvAppBase::~qvAppBase() {
 }
 
 // There is one application; a copy of it means nothing.
-QVObject* qvAppBase::Clone() const { return nullptr; }
+QVObject* qvAppBase::Clone() const {
+    return nullptr;
+}
 
 void qvAppBase::OnPublish() {
     PublishAll(getProjectManager());

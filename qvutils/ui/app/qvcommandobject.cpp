@@ -9,7 +9,9 @@ QVObject* qvCommandObject::FindInApp(const char* name) {
     return std::strcmp(name, rootName) == 0 ? root_ : nullptr;
 }
 
-bool qvCommandObject::IsKeyword(const char* name) { return std::strcmp(name, rootName) == 0; }
+bool qvCommandObject::IsKeyword(const char* name) {
+    return std::strcmp(name, rootName) == 0;
+}
 
 bool qvCommandObject::OnParseCommand(const char*, const char* result, int flags) {
     if (flags != hasRun) return true;
@@ -22,4 +24,6 @@ bool qvCommandObject::OnParseCommand(const char*, const char* result, int flags)
     return true;
 }
 
-void qvCommandObject::OnListRoots(std::vector<std::string>& names) { names.push_back(rootName); }
+void qvCommandObject::OnListRoots(std::vector<std::string>& names) {
+    names.push_back(rootName);
+}

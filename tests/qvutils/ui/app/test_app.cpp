@@ -71,8 +71,9 @@ TEST(AppLife, projects_and_names_end_with_the_application) {
     qvCommandObject commands;
     {
         const qvAppBase application("optics", "7.3", commands);
-        EXPECT_TRUE(commands.Execute("app.addsubnode(\"projectTB\", \"P\")\n"
-                                     "Ref& p = app.subnodes[1]"));
+        EXPECT_TRUE(
+            commands.Execute("app.addsubnode(\"projectTB\", \"P\")\n"
+                             "Ref& p = app.subnodes[1]"));
         EXPECT_NE(commands.getGvar("p"), nullptr);
     }
     EXPECT_EQ(commands.getGvar("p"), nullptr);
