@@ -109,6 +109,15 @@ void FBuff::unalloc() {
     line_.release();
 }
 
+void FBuff::clear() {
+    if (owns()) {
+        length_ = posn_ = 0;
+    } else {
+        dropStore();
+    }
+    line_.release();
+}
+
 void FBuff::share(const FBuff& other, unsigned from, unsigned to) {
     if (other.store_) {
         other.store_->users.fetch_add(1, std::memory_order_relaxed);

@@ -94,6 +94,8 @@ public:
     bool alloced() const { return store_ != nullptr; }
     /// Drops text and line; cursor and length 0.
     void unalloc();
+    /// The same, but keeps the room for the next text when nobody shares it.
+    void clear();
 
     /// The whole text, not copied.
     std::string_view text() const;

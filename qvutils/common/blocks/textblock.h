@@ -100,6 +100,7 @@ private:
     void refuse(FBuff& source, unsigned from, bool tooDeep);
     void parseHeader();
     void enterBody();
+    void startFromOld(const TBlockSig& sig, const char* name);
     void startBlock(const TBlockSig& sig, const char* name, std::string_view comment);
 
     unsigned blockEnd_ = 0;

@@ -1,10 +1,10 @@
 // Writing text blocks.
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 
 #include "qvutils/common/blocks/blockscan.h"
 #include "qvutils/common/blocks/textblock.h"
-#include "qvutils/common/platform/format.h"
 #include "qvutils/common/platform/threads.h"
 
 namespace {
@@ -27,20 +27,31 @@ void appendWithComment(FBuff& block, std::string_view line, std::string_view com
 
 const char* TextBlock::MakeTBlockHeader(const TBlockSig& sig, const char* name) {
     LineBuffer& header = qvplatform::perThread<LineBuffer, struct HeaderText>();
-    const bool named = name && *name;
-    // Numbers, brackets and quotes come to at most 38 characters.
-    const std::size_t size =
-        (named ? std::strlen(name) : 0) + std::max<std::size_t>(std::strlen(sig.type), 24) + 38;
-    char* text = header.request(static_cast<std::uint32_t>(size));
+    const std::string_view type = sig.type;
+    const std::string_view nameText = name ? name : "";
+    // Words, numbers, brackets and quotes come to at most 38 characters.
+    char* text = header.request(static_cast<std::uint32_t>(type.size() + nameText.size() + 62));
     if (!text) {
         return "";
     }
-    if (named) {
-        qvplatform::format(text, size, "begin <%s(%d.%d)> \"%s\"\n", sig.type, sig.major, sig.minor,
-                           name);
-    } else {
-        qvplatform::format(text, size, "begin <%s(%d.%d)>\n", sig.type, sig.major, sig.minor);
+    char* end = text;
+    const auto add = [&end](std::string_view piece) {
+        end = std::copy(piece.begin(), piece.end(), end);
+    };
+    const auto addNumber = [&end](int number) { end = std::to_chars(end, end + 11, number).ptr; };
+    add("begin <");
+    add(type);
+    add("(");
+    addNumber(sig.major);
+    add(".");
+    addNumber(sig.minor);
+    add(")>");
+    if (!nameText.empty()) {
+        add(" \"");
+        add(nameText);
+        add("\"");
     }
+    add(std::string_view("\n", 2));
     return text;
 }
 
@@ -48,10 +59,25 @@ void TextBlock::StartWrite(const TBlockSig& sig, const char* name, const char* o
     if (!old_) {
         old_ = std::make_unique<TextBlock>();
     }
-    static_cast<FBuff&>(*old_) = *this;
-    if (old_->getLen() == 0) {
+    if (getLen() != 0) {
+        static_cast<FBuff&>(*old_) = *this;
+    } else {
+        old_->unalloc();
         old_->Append(oldText);
     }
+    endComment_.clear();
+    if (old_->getLen() != 0) {
+        startFromOld(sig, name);
+    } else {
+        startBlock(sig, name, {});
+    }
+    setBlockIndent(bodyIndent);
+    setCommentSrc(old_.get());
+    carryComments();
+}
+
+/// Takes over the comments of the old block's header and end lines.
+void TextBlock::startFromOld(const TBlockSig& sig, const char* name) {
     old_->setPosn(0);
     old_->SkipWhitespace(true);
     old_->SkipComments(true);
@@ -59,15 +85,11 @@ void TextBlock::StartWrite(const TBlockSig& sig, const char* name, const char* o
     const qvblocks::BlockExtent extent =
         qvblocks::scanBlock(old_->text(), old_->getPosn(), maxDepth);
     const qvblocks::HeaderFields oldHeader = qvblocks::parseHeaderLine(old_->nextLine());
-    endComment_.clear();
     if (extent.status == qvblocks::Extent::whole) {
         endComment_ = qvblocks::commentIn(qvblocks::lineAt(old_->text(), extent.bodyEnd));
         old_->cutTo(static_cast<unsigned>(extent.bodyEnd));
     }
     startBlock(sig, name, qvblocks::commentIn(oldHeader.rest));
-    setBlockIndent(bodyIndent);
-    setCommentSrc(old_.get());
-    carryComments();
 }
 
 void TextBlock::setHeader(const TBlockSig& sig, const char* name) {
@@ -81,7 +103,7 @@ void TextBlock::startBlock(const TBlockSig& sig, const char* name, std::string_v
     setName(name);
     major = sig.major;
     minor = sig.minor;
-    unalloc();
+    clear();
     setCommentSrc(nullptr);
     setBlockIndent(0);
     header.remove_suffix(header.empty() ? 0 : 1);
