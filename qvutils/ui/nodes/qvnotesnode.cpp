@@ -1,7 +1,8 @@
 #include "qvutils/ui/nodes/qvnotesnode.h"
 
 #include <algorithm>
-#include <string>
+#include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "qvutils/common/error/qverror.h"
@@ -104,6 +105,15 @@ void qvNotesNode::decode() {
     }
 }
 
+void qvNotesNode::FetchAhead() const {
+    constexpr std::size_t line = 64;
+    constexpr std::size_t enough = 4096;
+    const std::string_view text = text_.view();
+    for (std::size_t i = 0; i < std::min(text.size(), enough); i += line) {
+        __builtin_prefetch(text.data() + i);
+    }
+}
+
 bool qvNotesNode::WriteTB(TextBlock& block) const {
     if (source_.alloced()) {
         FBuff source = source_;
@@ -112,22 +122,29 @@ bool qvNotesNode::WriteTB(TextBlock& block) const {
     }
     StartNodeBlock(block);
     if (qverr()) return false;
-    std::string body;
     std::string_view rest = text_.view();
-    body.reserve(rest.size() + rest.size() / 8 + lineMark.size() + 1);
+    // Room for the worst text, which is all line feeds.
+    std::size_t room = rest.size() * (lineMark.size() + 1) + lineMark.size() + 1;
+    for (const Comment& comment : comments_) room += comment.text.view().size();
+    const auto body = std::make_unique_for_overwrite<char[]>(room);
+    char* end = body.get();
+    const auto add = [&end](std::string_view piece) {
+        std::memcpy(end, piece.data(), piece.size());
+        end += piece.size();
+    };
     auto comment = comments_.begin();
     for (int lines = 0; !rest.empty(); ++lines) {
         for (; comment != comments_.end() && comment->line <= lines; ++comment) {
-            body += comment->text.view();
+            add(comment->text.view());
         }
-        body += lineMark;
-        body += takeLine(rest);
+        add(lineMark);
+        add(takeLine(rest));
     }
     // Also after a carriage return: the "end" line must begin a line of its own.
-    if (!body.empty() && body.back() != '\n') body += '\n';
-    for (; comment != comments_.end(); ++comment) body += comment->text.view();
+    if (end != body.get() && end[-1] != '\n') add("\n");
+    for (; comment != comments_.end(); ++comment) add(comment->text.view());
     block.setBlockIndent(0);
-    block.Append(body);
+    block.Append(std::string_view(body.get(), static_cast<std::size_t>(end - body.get())));
     block.EndWrite();
     return !qverr();
 }

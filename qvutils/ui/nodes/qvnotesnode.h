@@ -13,6 +13,7 @@ public:
     /// A line without ">" is taken as text too; blank lines and comment lines are not part of it.
     bool ReadTB(TextBlock& block) override;
     bool WriteTB(TextBlock& block) const override;
+    void FetchAhead() const override;
 
     void setName(const QVString& name) override;
 

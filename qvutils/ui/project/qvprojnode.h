@@ -83,6 +83,9 @@ public:
     virtual bool ReadTB(TextBlock& block);
     /// Writes the whole block of the node into an empty one.
     virtual bool WriteTB(TextBlock& block) const;
+    /// Called a few children before WriteTB: a node whose data lie apart from it may ask the
+    /// processor to fetch them.
+    virtual void FetchAhead() const {}
     /// Runs when the node and its subtree are complete.
     virtual void Prepare();
     /// Called once, after the node was named and before it is linked; false forbids it.

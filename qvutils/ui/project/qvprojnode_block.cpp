@@ -11,6 +11,9 @@
 
 namespace {
 
+/// How many children before its turn a child is told that it will be written.
+constexpr int fetchDistance = 4;
+
 TBlockSig signatureOf(const TextBlock& block) {
     return {block.getType(), block.getMajorVer(), block.getMinorVer()};
 }
@@ -213,8 +216,12 @@ bool qvProjectNode::readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock&
 bool qvProjectNode::WriteChildNodes(FBuff& buffer) const {
     appendVerbatim(buffer, kept_.bad_lines);
     TextBlock block;
-    for (const qvProjectNode* child : children_.list()) {
-        block.unalloc();
+    const List<qvProjectNode*>& children = getNodes();
+    auto ahead = children.begin();
+    for (int i = 0; i < fetchDistance && ahead != children.end(); ++i) ++ahead;
+    for (const qvProjectNode* child : children) {
+        if (ahead != children.end()) (*ahead++)->FetchAhead();
+        block.clear();
         if (!child->WriteTB(block)) return false;
         appendVerbatim(buffer, child->lead_);
         buffer.Append(block);

@@ -23,7 +23,7 @@ public:
     /// Writes what is in the buffer and empties it; failures are known to the file.
     void flush() {
         file_.write(buffer_.text().data(), buffer_.getLen());
-        buffer_.unalloc();
+        buffer_.clear();
     }
 
 private:
