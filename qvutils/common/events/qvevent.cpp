@@ -45,18 +45,6 @@ qvEventSource::~qvEventSource() {
     list->close();
 }
 
-void qvEventSource::RaiseEvent(qvEvent& event) {
-    qvSubscriptionList* list = list_.load(std::memory_order_acquire);
-    if (!list) return;
-    const ListUse use(*list);
-    list->walk(*this, event);
-}
-
-void qvEventSource::RaiseEvent(int id, void* data1, void* data2) {
-    qvEvent event(id, data1, data2);
-    RaiseEvent(event);
-}
-
 bool qvEventSource::HasListeners() const {
     qvSubscriptionList* list = list_.load(std::memory_order_acquire);
     if (!list) return false;

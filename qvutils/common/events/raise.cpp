@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "qvutils/common/events/qvevent.h"
+#include "qvutils/common/events/subscriptions.h"
 #include "qvutils/common/platform/threads.h"
 
 namespace {
@@ -42,7 +42,7 @@ void unregister(void* thread) {
 
 }  // namespace
 
-qvRaisingThread& qvRaisingThread::current() {
+inline qvRaisingThread& qvRaisingThread::current() {
     return thisThread ? *thisThread : registerThread();
 }
 
@@ -54,7 +54,7 @@ int qvRaisingThread::totalDepth() {
     return sum;
 }
 
-qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
+inline qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
     : source(&source), event(event), thread(qvRaisingThread::current()), outer(thread.innermost) {
     thread.innermost = this;
     // Only this thread writes its count, so the step needs no atomic addition.
@@ -63,7 +63,7 @@ qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
     event.delegated_ = false;
 }
 
-qvRaise::~qvRaise() {
+inline qvRaise::~qvRaise() {
     thread.innermost = outer;
     thread.depth.store(thread.depth.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
     // A listener may have raised the same event on another source: it is the outer one's again.
@@ -95,4 +95,39 @@ void qvRaise::listenerDestroyed(const qvEventListener& listener) {
     if (!thisThread) return;
     for (qvRaise* raise = thisThread->innermost; raise; raise = raise->outer)
         if (raise->called == &listener) raise->called = nullptr;
+}
+
+namespace {
+
+/// A walk of a list, from its entry to its leaving.
+class Walk {
+public:
+    Walk(qvSubscriptionList& list, const qvRaisingThread& thread)
+        : list_(list), thread_(thread), entry_(list.enter(thread)) {}
+    ~Walk() { list_.leave(thread_, entry_); }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+
+private:
+    qvSubscriptionList& list_;
+    const qvRaisingThread& thread_;
+    const qvSubscriptionList::Entry entry_;
+};
+
+}  // namespace
+
+/// When the source or a listener is destroyed meanwhile, its records are marked and passed over.
+void qvEventSource::RaiseEvent(qvEvent& event) {
+    qvSubscriptionList* list = list_.load(std::memory_order_acquire);
+    if (!list) return;
+    qvRaise raise(*this, event);
+    const Walk walk(*list, raise.thread);
+    list->walk(event.getID(), [&](qvEventListener& listener, int tag) {
+        raise.deliver(listener, tag);
+    });
+}
+
+void qvEventSource::RaiseEvent(int id, void* data1, void* data2) {
+    qvEvent event(id, data1, data2);
+    RaiseEvent(event);
 }

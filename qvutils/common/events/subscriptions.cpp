@@ -1,6 +1,5 @@
 #include "qvutils/common/events/subscriptions.h"
 
-#include "qvutils/common/events/raise.h"
 #include "qvutils/common/platform/threads.h"
 
 void qvSubscriptionList::waitForCleaning() const {
@@ -9,12 +8,15 @@ void qvSubscriptionList::waitForCleaning() const {
 }
 
 /// Frees the removed records, unless somebody else uses the list: then the last user will do it.
-void qvSubscriptionList::clean() {
+/// The caller tells how often it is counted and whether it owns the list.
+void qvSubscriptionList::clean(unsigned counted, const qvRaisingThread* owner) {
     const qvAutoLock hold(lock_);
-    unsigned onlyMe = 1 | (users_.load() & closed);
+    unsigned onlyMe = counted;
     if (!users_.compare_exchange_strong(onlyMe, onlyMe | cleaning)) return;
-    freeDiscarded();
-    needsCleanup_.store(false, std::memory_order_relaxed);
+    if (owner_.load() == owner) {
+        freeDiscarded();
+        needsCleanup_.store(false, std::memory_order_relaxed);
+    }
     users_.fetch_and(~cleaning);
 }
 
@@ -33,18 +35,6 @@ qvSubscriptionList::~qvSubscriptionList() {
         qvSubscription* next = record->next;
         delete record;
         record = next;
-    }
-}
-
-/// When the source or a listener is destroyed meanwhile, its records are marked and passed over.
-void qvSubscriptionList::walk(qvEventSource& source, qvEvent& event) const {
-    qvRaise raise(source, event);
-    const int number = event.getID();
-    for (const qvSubscription* record = first_.load(std::memory_order_acquire); record;
-         record = record->next.load(std::memory_order_acquire)) {
-        if (record->id != number && record->id != 0) continue;
-        if (record->removed.load(std::memory_order_acquire)) continue;
-        raise.deliver(record->listener, record->tag);
     }
 }
 
@@ -89,7 +79,7 @@ void qvSubscriptionList::close() {
         remove(*record);
         if (!link->first) dropLink(*link);
     }
-    users_.fetch_or(closed);
+    users_.fetch_add(owner_.load() ? closed + 1 : closed);
 }
 
 qvSubscription* qvSubscriptionList::find(const qvEventListener& listener, int id, int tag) const {

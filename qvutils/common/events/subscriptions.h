@@ -38,8 +38,22 @@ struct qvSubscriptionLink {
 /// What a source knows of its listeners. It outlives the source as long as somebody uses it: a
 /// raise walks the records without holding the lock, so what is removed stays in place, marked,
 /// until its last user leaves.
+///
+/// Who uses the list, and when are removed records freed? Every user counts itself in `users_`,
+/// with two locked instructions. A raise saves one of them: it puts its thread into the free
+/// `owner_`, and a plain store frees that again. Raises within it on the same thread need do nothing
+/// at all; another thread's raise finds `owner_` taken and is counted.
+/// - Entering is a locked instruction on `owner_` or `users_` and then a look whether `users_` says
+///   that somebody is cleaning. The cleaner sets that with a locked instruction, which fails when
+///   others are counted, and then looks at `owner_`. So one of the two sees the other: the cleaner
+///   gives up, the one who enters waits.
+/// - A list ends when the last one counted leaves it after its source. A raise that owns the list
+///   when its source dies is the work of the thread that destroys the source. From then on it is
+///   counted, so that who leaves last never depends on two words.
 class qvSubscriptionList {
 public:
+    enum class Entry { owner, nested, counted };
+
     qvSubscriptionList() = default;
     qvSubscriptionList(const qvSubscriptionList&) = delete;
     qvSubscriptionList& operator=(const qvSubscriptionList&) = delete;
@@ -51,11 +65,44 @@ public:
     }
     void leave() {
         if (needsCleanup_.load(std::memory_order_relaxed)) [[unlikely]]
-            clean();
+            clean(1, nullptr);
         if (users_.fetch_sub(1) == (closed | 1)) delete this;
     }
 
-    void walk(qvEventSource& source, qvEvent& event) const;
+    /// The same for a raise on the thread `me`.
+    Entry enter(const struct qvRaisingThread& me) {
+        const qvRaisingThread* holder = nullptr;
+        if (!owner_.compare_exchange_strong(holder, &me)) [[unlikely]] {
+            if (holder == &me) return Entry::nested;
+            enter();
+            return Entry::counted;
+        }
+        if (users_.load() & cleaning) [[unlikely]]
+            waitForCleaning();
+        return Entry::owner;
+    }
+    void leave(const qvRaisingThread& me, Entry how) {
+        if (how == Entry::nested) [[unlikely]]
+            return;
+        if (how == Entry::counted || (users_.load(std::memory_order_relaxed) & closed)) [[unlikely]]
+            return leave();
+        if (needsCleanup_.load(std::memory_order_relaxed)) [[unlikely]]
+            clean(0, &me);
+        owner_.store(nullptr, std::memory_order_release);
+    }
+
+    /// Calls the listeners of an event, those included that subscribe meanwhile.
+    template <class Call>
+    void walk(int id, Call call) const {
+        for (const qvSubscription* record = first_.load(std::memory_order_acquire); record;
+             record = record->next.load(std::memory_order_acquire)) {
+            const bool forOthers = (record->id != id) & (record->id != 0);
+            if (forOthers || record->removed.load(std::memory_order_acquire)) [[unlikely]]
+                continue;
+            call(record->listener, record->tag);
+        }
+    }
+
     void subscribe(qvEventListener& listener, int id, int tag);
     /// Ends the listener's subscriptions with this id, or all for null.
     void unsubscribe(qvEventListener& listener, const int* id);
@@ -86,7 +133,7 @@ private:
 
     ~qvSubscriptionList();
     void waitForCleaning() const;
-    void clean();
+    void clean(unsigned counted, const qvRaisingThread* owner);
     void freeDiscarded();
     qvSubscription* find(const qvEventListener& listener, int id, int tag) const;
     qvSubscriptionLink* findLink(const qvEventListener& listener) const;
@@ -98,6 +145,7 @@ private:
     void takeOut(qvSubscription& record);
     void buildIndex();
 
+    std::atomic<const qvRaisingThread*> owner_ = nullptr;
     std::atomic<unsigned> users_ = 0;
     std::atomic<bool> needsCleanup_ = false;
     std::atomic<qvSubscription*> first_ = nullptr;
