@@ -54,8 +54,8 @@ int qvRaisingThread::totalDepth() {
     return sum;
 }
 
-inline qvRaise::qvRaise(qvEventSource& source, qvEvent& event)
-    : source(&source), event(event), thread(qvRaisingThread::current()), outer(thread.innermost) {
+inline qvRaise::qvRaise(qvRaisingThread& thread, qvEventSource& source, qvEvent& event)
+    : source(&source), event(event), thread(thread), outer(thread.innermost) {
     thread.innermost = this;
     // Only this thread writes its count, so the step needs no atomic addition.
     thread.depth.store(thread.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
@@ -116,14 +116,19 @@ private:
 
 }  // namespace
 
-/// When the source or a listener is destroyed meanwhile, its records are marked and passed over.
+/// When the source or a listener is destroyed meanwhile, its slots are marked and passed over.
 void qvEventSource::RaiseEvent(qvEvent& event) {
     qvSubscriptionList* list = list_.load(std::memory_order_acquire);
     if (!list) return;
-    qvRaise raise(*this, event);
-    const Walk walk(*list, raise.thread);
+    qvRaisingThread& thread = qvRaisingThread::current();
+    // First, because a locked instruction waits for the stores before it.
+    const Walk walk(*list, thread);
+    qvRaise raise(thread, *this, event);
     list->walk(event.getID(), [&](qvEventListener& listener, int tag) {
-        raise.deliver(listener, tag);
+        raise.called = &listener;
+        listener.OnEvent(event, tag);
+        if (event.delegated_) [[unlikely]]
+            raise.callDelegates(tag);
     });
 }
 

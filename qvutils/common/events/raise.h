@@ -16,19 +16,13 @@ struct qvRaisingThread {
 /// One raise under way. It learns of the destruction of its source and of the listener that it is
 /// calling, so that the walk touches neither afterwards.
 struct qvRaise {
-    qvRaise(qvEventSource& source, qvEvent& event);
+    qvRaise(qvRaisingThread& thread, qvEventSource& source, qvEvent& event);
     ~qvRaise();
     qvRaise(const qvRaise&) = delete;
     qvRaise& operator=(const qvRaise&) = delete;
 
-    /// Calls the listener and, while they ask for it, its delegates.
-    void deliver(qvEventListener& listener, int tag) {
-        called = &listener;
-        listener.OnEvent(event, tag);
-        if (event.delegated_) [[unlikely]]
-            callDelegates(tag);
-    }
-
+    /// Calls the delegates of the one called while they ask for it.
+    [[gnu::noinline, gnu::cold]] void callDelegates(int tag);
     static void sourceDestroyed(const qvEventSource& source);
     static void listenerDestroyed(const qvEventListener& listener);
 
@@ -37,7 +31,4 @@ struct qvRaise {
     qvEventListener* called = nullptr;
     qvRaisingThread& thread;
     qvRaise* const outer;
-
-private:
-    void callDelegates(int tag);
 };

@@ -1,5 +1,8 @@
 #include "qvutils/common/events/subscriptions.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "qvutils/common/platform/threads.h"
 
 void qvSubscriptionList::waitForCleaning() const {
@@ -28,14 +31,51 @@ void qvSubscriptionList::freeDiscarded() {
         takeOut(*record);
         delete record;
     }
+    if (freed_ > records_.size() / 2) compact();
+    if (arrays_.size() > 1) arrays_.erase(arrays_.begin(), arrays_.end() - 1);
+}
+
+/// Closes the gaps. Done when they are more than half, it costs constant time per removal.
+void qvSubscriptionList::compact() {
+    std::erase(records_, nullptr);
+    freed_ = 0;
+    qvSubscriptionSlot* slots = slots_;
+    for (std::size_t i = 0; i < records_.size(); ++i) {
+        const qvSubscriptionSlot& from = slots[std::exchange(records_[i]->place, i)];
+        slots[i].listener = from.listener.load();
+        slots[i].id = from.id;
+        slots[i].tag = from.tag;
+    }
+    for (std::size_t i = records_.size(); i < size_; ++i) slots[i].listener = nullptr;
+    size_ = records_.size();
+    const std::size_t capacity = arrays_.back().capacity;
+    if (capacity == smallestArray || size_ > capacity / 4) return;
+    records_.shrink_to_fit();
+    moveSlots(std::max(size_ * 2, smallestArray));
+}
+
+/// Moves the slots to an array of another size.
+void qvSubscriptionList::moveSlots(std::size_t capacity) {
+    auto array = std::make_unique<qvSubscriptionSlot[]>(capacity);
+    const qvSubscriptionSlot* old = slots_;
+    for (std::size_t i = 0; i < size_; ++i) {
+        array[i].listener.store(old[i].listener, std::memory_order_relaxed);
+        array[i].id = old[i].id;
+        array[i].tag = old[i].tag;
+    }
+    slots_.store(array.get(), std::memory_order_release);
+    arrays_.push_back({std::move(array), capacity});
+    needsCleanup_.store(true, std::memory_order_relaxed);
+}
+
+void qvSubscriptionList::showToWalks(const qvSubscription& record, qvEventListener* listener) {
+    for (const Array& array : arrays_)
+        if (record.place < array.capacity)
+            array.slots[record.place].listener.store(listener, std::memory_order_release);
 }
 
 qvSubscriptionList::~qvSubscriptionList() {
-    for (qvSubscription* record = first_; record;) {
-        qvSubscription* next = record->next;
-        delete record;
-        record = next;
-    }
+    for (const qvSubscription* record : records_) delete record;
 }
 
 void qvSubscriptionList::subscribe(qvEventListener& listener, int id, int tag) {
@@ -66,15 +106,15 @@ void qvSubscriptionList::unsubscribe(qvEventListener& listener, const int* id) {
 
 bool qvSubscriptionList::hasSubscriptions() {
     const qvAutoLock hold(lock_);
-    for (const qvSubscription* record = first_; record; record = record->next)
-        if (record->link) return true;
+    for (const qvSubscription* record : records_)
+        if (record && record->link) return true;
     return false;
 }
 
 void qvSubscriptionList::close() {
     const qvAutoLock hold(lock_);
-    for (qvSubscription* record = first_; record; record = record->next) {
-        qvSubscriptionLink* link = record->link;
+    for (qvSubscription* record : records_) {
+        qvSubscriptionLink* link = record ? record->link : nullptr;
         if (!link) continue;
         remove(*record);
         if (!link->first) dropLink(*link);
@@ -89,8 +129,9 @@ qvSubscription* qvSubscriptionList::find(const qvEventListener& listener, int id
         const auto found = tags->second.find(tag);
         return found == tags->second.end() ? nullptr : found->second;
     }
-    for (qvSubscription* record = first_; record; record = record->next)
-        if (&record->listener == &listener && record->id == id && record->tag == tag) return record;
+    for (qvSubscription* record : records_)
+        if (record && &record->listener == &listener && record->id == id && record->tag == tag)
+            return record;
     return nullptr;
 }
 
@@ -99,27 +140,33 @@ qvSubscriptionLink* qvSubscriptionList::findLink(const qvEventListener& listener
         const auto found = index_->links.find(&listener);
         return found == index_->links.end() ? nullptr : found->second;
     }
-    for (const qvSubscription* record = first_; record; record = record->next)
-        if (record->link && &record->listener == &listener) return record->link;
+    for (const qvSubscription* record : records_)
+        if (record && record->link && &record->listener == &listener) return record->link;
     return nullptr;
 }
 
 /// The new record is removed, so that no walk meets it before it is complete.
 qvSubscription* qvSubscriptionList::append(qvEventListener& listener, int id, int tag) {
     auto* record = new qvSubscription(listener, id, tag);
-    record->prev = last_;
-    (last_ ? last_->next : first_).store(record, std::memory_order_release);
-    last_ = record;
+    record->place = records_.size();
+    const std::size_t capacity = arrays_.empty() ? 0 : arrays_.back().capacity;
+    if (record->place == capacity) moveSlots(std::max(capacity * 2, smallestArray));
+    qvSubscriptionSlot& slot = slots_.load()[record->place];
+    slot.id = id;
+    slot.tag = tag;
+    records_.push_back(record);
+    size_.store(records_.size(), std::memory_order_release);
     if (index_)
         index_->byTag[Key{&listener, id}].emplace(tag, record);
-    else if (++count_ > longList)
+    else if (records_.size() > longList)
         buildIndex();
     return record;
 }
 
 void qvSubscriptionList::buildIndex() {
     index_ = std::make_unique<Index>();
-    for (qvSubscription* record = first_; record; record = record->next) {
+    for (qvSubscription* record : records_) {
+        if (!record) continue;
         index_->byTag[Key{&record->listener, record->id}].emplace(record->tag, record);
         if (record->link) index_->links.emplace(&record->listener, record->link);
     }
@@ -134,11 +181,11 @@ void qvSubscriptionList::activate(qvSubscription& record) {
     record.nextOfListener = link->first;
     if (link->first) link->first->prevOfListener = &record;
     link->first = &record;
-    record.removed.store(false, std::memory_order_release);
+    showToWalks(record, &record.listener);
 }
 
 void qvSubscriptionList::remove(qvSubscription& record) {
-    record.removed.store(true, std::memory_order_release);
+    showToWalks(record, nullptr);
     qvSubscription *next = record.nextOfListener, *prev = record.prevOfListener;
     (prev ? prev->nextOfListener : record.link->first) = next;
     if (next) next->prevOfListener = prev;
@@ -152,13 +199,9 @@ void qvSubscriptionList::remove(qvSubscription& record) {
 
 /// Takes a record out of the list for good.
 void qvSubscriptionList::takeOut(qvSubscription& record) {
-    qvSubscription *next = record.next, *prev = record.prev;
-    (prev ? prev->next : first_).store(next, std::memory_order_relaxed);
-    (next ? next->prev : last_) = prev;
-    if (!index_) {
-        --count_;
-        return;
-    }
+    records_[record.place] = nullptr;
+    ++freed_;
+    if (!index_) return;
     const auto tags = index_->byTag.find(Key{&record.listener, record.id});
     tags->second.erase(record.tag);
     if (tags->second.empty()) index_->byTag.erase(tags);

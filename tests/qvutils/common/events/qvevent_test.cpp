@@ -123,6 +123,20 @@ TEST(Events, a_subscription_made_during_a_raise_takes_part_in_it) {
     EXPECT_EQ(taken(), "a:0 late:5 ");
 }
 
+TEST(Events, who_leaves_a_list_that_has_grown_during_the_raise_is_not_called) {
+    qvEventSource source;
+    std::vector<std::unique_ptr<Listener>> all;
+    for (const char* name : {"a", "gone", "stays", "late"})
+        all.push_back(std::make_unique<Listener>(name));
+    all[0]->action = [&](qvEvent&) {
+        for (int tag = 1; tag <= 50; ++tag) all[3]->ListenTo(source, tag == 50 ? 1 : 2, tag);
+        all[1].reset();
+    };
+    for (std::size_t i = 0; i < 3; ++i) all[i]->ListenTo(source, 1);
+    source.RaiseEvent(1);
+    EXPECT_EQ(taken(), "a:0 stays:0 late:50 ");
+}
+
 TEST(Events, delegates_are_called_while_each_asks_for_the_next) {
     qvEventSource source;
     const auto pass = [](qvEvent& event) { event.Delegate(); };
