@@ -22,7 +22,7 @@ void inThreads(int count, Work work) {
 }
 
 TEST(EventThreads, raising_and_subscribing_go_on_side_by_side) {
-    constexpr int rounds = 2000;
+    constexpr int rounds = 2000, raises = 20;
     qvEventSource source;
     CountingListener steady;
     steady.ListenTo(source, 1);
@@ -31,18 +31,20 @@ TEST(EventThreads, raising_and_subscribing_go_on_side_by_side) {
     inThreads(4, [&](int thread) {
         for (int i = 0; i < rounds; ++i) {
             if (thread < 2) {
-                source.RaiseEvent(1);
+                for (int again = 0; again < raises; ++again) source.RaiseEvent(1);
                 continue;
             }
             // Each listener is used by one thread: six of them make the list a short, all a long
             // one.
             CountingListener& mine = *changing[static_cast<std::size_t>((thread - 2) * 6 + i % 6)];
             mine.ListenTo(source, 1, i % 3);
+            // Now and then the list grows and shrinks much: raises must not meet that.
+            for (int tag = 3; i % 16 == 0 && tag < 30; ++tag) mine.ListenTo(source, 1, tag);
             if (i % 4 == 0) mine.RemoveSource(source, 1);
             if (i % 7 == 0) mine.RemoveAllSources();
         }
     });
-    EXPECT_EQ(steady.calls, 2 * rounds);
+    EXPECT_EQ(steady.calls, 2 * rounds * raises);
     EXPECT_EQ(qvEventSource::RaiseDepth(), 0);
 }
 
