@@ -1,5 +1,6 @@
 #include "qvutils/common/blocks/blockscan.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -96,14 +97,17 @@ std::string_view lineAt(std::string_view text, std::size_t from) {
     return {start, static_cast<std::size_t>(end - start)};
 }
 
-BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth) {
+BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth,
+                      std::vector<BlockSpan>& nested) {
     BlockExtent extent;
     std::string_view line = lineAt(text, from);
     if (keywordOf(line) != Keyword::begin) {
         return extent;
     }
     extent.bodyStart = extent.bodyEnd = extent.end = from + line.size();
-    for (int depth = 1; depth > 0;) {
+    std::vector<std::size_t> open;  // the nested blocks without an end so far
+    const auto offset = [](std::size_t at) { return static_cast<std::uint32_t>(at); };
+    for (;;) {
         line = lineAt(text, extent.end);
         if (line.empty()) {
             extent.status = Extent::noEnd;
@@ -113,20 +117,44 @@ BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth) {
         extent.end += line.size();
         switch (keywordOf(line)) {
             case Keyword::begin:
-                if (++depth > maxDepth) {
+                if (static_cast<int>(open.size()) + 2 > maxDepth) {
                     extent.status = Extent::tooDeep;
                     return extent;
                 }
+                open.push_back(nested.size());
+                nested.push_back(
+                    {offset(extent.end - skipSpace(line).size()), offset(extent.end), 0, 0});
                 break;
             case Keyword::end:
-                --depth;
+                if (open.empty()) {
+                    extent.status = Extent::whole;
+                    return extent;
+                }
+                nested[open.back()].bodyEnd = offset(extent.bodyEnd);
+                nested[open.back()].end = offset(extent.end);
+                open.pop_back();
                 break;
             case Keyword::none:
                 break;
         }
     }
-    extent.status = Extent::whole;
-    return extent;
+}
+
+const BlockSpan* BlockIndex::find(std::uint32_t keyword, std::uint32_t& last) const {
+    for (std::uint32_t i = last; i < spans_.size() && i < last + 2; ++i) {
+        if (spans_[i].keyword == keyword) {
+            last = i;
+            return &spans_[i];
+        }
+    }
+    const auto found = std::lower_bound(
+        spans_.begin(), spans_.end(), keyword,
+        [](const BlockSpan& span, std::uint32_t wanted) { return span.keyword < wanted; });
+    if (found == spans_.end() || found->keyword != keyword) {
+        return nullptr;
+    }
+    last = static_cast<std::uint32_t>(found - spans_.begin());
+    return &*found;
 }
 
 HeaderFields parseHeaderLine(std::string_view line) {

@@ -1,6 +1,9 @@
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 /// The structure of text blocks, found without copying. For the sources of this room.
 namespace qvblocks {
@@ -23,8 +26,30 @@ struct BlockExtent {
     std::size_t end = 0;        ///< just past the `end` line, or where the search gave up
 };
 
-/// The block whose header is the line at `from`.
-BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth);
+/// Where a block lies whose end is known; offsets into a text.
+struct BlockSpan {
+    std::uint32_t keyword;  ///< the `b` of its `begin`
+    std::uint32_t bodyStart;
+    std::uint32_t bodyEnd;
+    std::uint32_t end;
+};
+
+/// The block whose header is the line at `from`. `nested` receives the blocks in it, in the order
+/// of their headers.
+BlockExtent scanBlock(std::string_view text, std::size_t from, int maxDepth,
+                      std::vector<BlockSpan>& nested);
+
+/// The blocks that were found inside another, so that nobody has to look for their ends again.
+class BlockIndex {
+public:
+    explicit BlockIndex(std::vector<BlockSpan> spans) : spans_(std::move(spans)) {}
+    /// The block whose keyword stands there, or null. `last` is the caller's memory of where it
+    /// found the last one: blocks are mostly asked for in their order.
+    const BlockSpan* find(std::uint32_t keyword, std::uint32_t& last) const;
+
+private:
+    std::vector<BlockSpan> spans_;
+};
 
 /// The parts of a header line; views into it.
 struct HeaderFields {

@@ -9,9 +9,12 @@
 #include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "qvutils/common/blocks/blockscan.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/memory.h"
 
 /// The characters follow the head in the same allocation, so that growing is one realloc.
 struct FBuff::Store {
@@ -19,6 +22,8 @@ struct FBuff::Store {
     /// What the growth rule gives; a little more may be reserved.
     std::uint32_t capacity = 0;
     std::uint32_t reserved = 0;
+    /// The blocks found in the text so far; set once.
+    std::atomic<const qvblocks::BlockIndex*> blocks{nullptr};
 
     char* data() { return reinterpret_cast<char*>(this + 1); }
 
@@ -29,12 +34,16 @@ struct FBuff::Store {
             return nullptr;
         }
         Store* store = old ? static_cast<Store*>(memory) : new (memory) Store;
+        qvplatform::adviseLargePages(store, sizeof(Store) + reserve);
         store->capacity = static_cast<std::uint32_t>(capacity);
         store->reserved = static_cast<std::uint32_t>(reserve);
         return store;
     }
+    /// For the only user, who is about to change the text.
+    void forgetBlocks() { delete blocks.exchange(nullptr, std::memory_order_relaxed); }
     static void release(Store* store) {
         if (store && store->users.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            store->forgetBlocks();
             store->~Store();
             std::free(store);
         }
@@ -130,6 +139,35 @@ void FBuff::share(const FBuff& other, unsigned from, unsigned to) {
     length_ = to - from;
 }
 
+qvblocks::BlockExtent FBuff::blockAt(unsigned from, int maxDepth) const {
+    const std::string_view all = text();
+    std::vector<qvblocks::BlockSpan> nested;
+    const auto* known = store_ ? store_->blocks.load(std::memory_order_acquire) : nullptr;
+    if (!known) {
+        const auto extent = qvblocks::scanBlock(all, from, maxDepth, nested);
+        if (extent.status == qvblocks::Extent::whole && !nested.empty()) {
+            for (qvblocks::BlockSpan& span : nested) {
+                span.keyword += begin_;
+                span.bodyStart += begin_;
+                span.bodyEnd += begin_;
+                span.end += begin_;
+            }
+            const auto* found = new qvblocks::BlockIndex(std::move(nested));
+            if (!store_->blocks.compare_exchange_strong(known, found)) {
+                delete found;
+            }
+        }
+        return extent;
+    }
+    const std::size_t keyword = std::min(all.find_first_not_of(" \t", from), all.size());
+    const auto* span = known->find(begin_ + static_cast<std::uint32_t>(keyword), lastBlock_);
+    if (!span || span->end > begin_ + length_) {
+        return qvblocks::scanBlock(all, from, maxDepth, nested);
+    }
+    return {qvblocks::Extent::whole, span->bodyStart - begin_, span->bodyEnd - begin_,
+            span->end - begin_};
+}
+
 void FBuff::cutTo(unsigned length) {
     length_ = std::min<std::uint32_t>(length_, length);
     posn_ = std::min(posn_, length_);
@@ -146,6 +184,9 @@ char* FBuff::makeRoom(std::uint64_t need) {
     if (need > largestText) {
         outOfMemory();
         return nullptr;
+    }
+    if (own) {
+        store_->forgetBlocks();
     }
     if (own && need <= capacity) {
         return store_->data();

@@ -5,6 +5,10 @@
 #include "qvutils/common/blocks/linebuffer.h"
 #include "qvutils/common/platform/qvexport.h"
 
+namespace qvblocks {
+struct BlockExtent;
+}
+
 /// A growing text in memory with a read cursor, line readers that know `//` comments, and loading
 /// and saving of whole files.
 ///
@@ -115,6 +119,9 @@ private:
 
     /// Becomes the part [from, to) of the other's text, shared; the cursor goes to 0.
     void share(const FBuff& other, unsigned from, unsigned to);
+    /// The block whose header is the line at `from`. The blocks in it are remembered for all who
+    /// share the text, until it is written to.
+    qvblocks::BlockExtent blockAt(unsigned from, int maxDepth) const;
     /// Forgets the text from `length` on.
     void cutTo(unsigned length);
     /// Steps over blank lines and whole-line comments of the comment source; writes the comments.
@@ -134,6 +141,8 @@ private:
     std::uint32_t length_ = 0;
     mutable std::uint32_t posn_ = 0;
     std::uint32_t flags_ = 0;
+    /// Where in the remembered blocks the last one was found.
+    mutable std::uint32_t lastBlock_ = 0;
     mutable LineBuffer line_;
     FBuff* comments_ = nullptr;
 };

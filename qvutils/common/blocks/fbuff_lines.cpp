@@ -213,9 +213,8 @@ void FBuff::AppendBlock(const FBuff& block) {
     }
     while (comments_) {
         carryComments();
-        const std::string_view all = comments_->text();
         const qvblocks::BlockExtent child =
-            qvblocks::scanBlock(all, comments_->posn_, std::numeric_limits<int>::max());
+            comments_->blockAt(comments_->posn_, std::numeric_limits<int>::max());
         if (child.status == qvblocks::Extent::whole) {
             comments_->setPosn(static_cast<unsigned>(child.end));
             carryComments();

@@ -68,7 +68,7 @@ bool TextBlock::LoadBlock(FBuff& source) {
     source.setFlag(skipComments, false);
     stepOverPreamble(source);
     const unsigned from = source.getPosn();
-    const BlockExtent extent = qvblocks::scanBlock(source.text(), from, maxDepth);
+    const BlockExtent extent = source.blockAt(from, maxDepth);
     if (extent.status != Extent::notABlock) {
         takeText(source, from, static_cast<unsigned>(extent.bodyStart),
                  static_cast<unsigned>(extent.bodyEnd), static_cast<unsigned>(extent.end));

@@ -82,8 +82,7 @@ void TextBlock::startFromOld(const TBlockSig& sig, const char* name) {
     old_->SkipWhitespace(true);
     old_->SkipComments(true);
     old_->SkipComments(false);
-    const qvblocks::BlockExtent extent =
-        qvblocks::scanBlock(old_->text(), old_->getPosn(), maxDepth);
+    const qvblocks::BlockExtent extent = old_->blockAt(old_->getPosn(), maxDepth);
     const qvblocks::HeaderFields oldHeader = qvblocks::parseHeaderLine(old_->nextLine());
     if (extent.status == qvblocks::Extent::whole) {
         endComment_ = qvblocks::commentIn(qvblocks::lineAt(old_->text(), extent.bodyEnd));

@@ -65,6 +65,34 @@ TEST_F(TextBlockTest, outlives_its_source_and_may_be_written_to) {
     EXPECT_EQ(block.body(), "x\n");
 }
 
+/// Where nested blocks end is remembered with the text that is shared; it must go when that changes.
+TEST_F(TextBlockTest, children_are_found_in_the_text_as_it_is_now) {
+    const auto children = [](TextBlock& parent) {
+        std::string names;
+        parent.GotoBody();
+        for (TextBlock child; !parent.EOB() && child.LoadBlock(parent);) {
+            names += std::string(child.getName()) + (child.body().empty() ? " " : "+ ");
+        }
+        return names;
+    };
+    const std::string head = "begin <wgTB(2.1)>\n";
+    const std::string first = "begin <a(1.0)> \"p\"\nend\nbegin <a(1.0)> \"q\"\nx\nend\n";
+    const std::string other = "begin <a(1.0)> \"r\"\nx\nbegin <a(1.0)> \"s\"\nend\nend\n";
+    ASSERT_TRUE(load(head + first + "end\n" + head + other + "end\n"));
+    TextBlock second;
+    ASSERT_TRUE(second.LoadBlock(source));
+    EXPECT_EQ(children(block), "p q+ ");
+    EXPECT_EQ(children(second), "r+ ");
+
+    block.unalloc();
+    second.unalloc();
+    source.clear();
+    source.Append(head + other + "end\n");
+    source.setPosn(0);
+    ASSERT_TRUE(block.LoadBlock(source));
+    EXPECT_EQ(children(block), "r+ ");
+}
+
 TEST_F(TextBlockTest, the_first_block_may_follow_other_things) {
     EXPECT_TRUE(load("\xEF\xBB\xBF\n// by hand\n\n\t// more\nbegin <a(1.0)>\nend\n"));
     EXPECT_FALSE(load("text\nbegin <a(1.0)>\nend\n"));
