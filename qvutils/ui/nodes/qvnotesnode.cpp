@@ -107,11 +107,12 @@ void qvNotesNode::decode() {
 
 void qvNotesNode::FetchAhead() const {
     constexpr std::size_t line = 64;
-    constexpr std::size_t enough = 4096;
-    const std::string_view text = text_.view();
-    for (std::size_t i = 0; i < std::min(text.size(), enough); i += line) {
-        __builtin_prefetch(text.data() + i);
-    }
+    constexpr std::size_t usual = 1088;
+    // Without a look at its length, which is as far away as the text. Nothing is read, so it does
+    // no harm to ask beyond the end.
+    const char* text = text_.Chars();
+    for (std::size_t i = 0; i < usual; i += line) __builtin_prefetch(text + i);
+    __builtin_prefetch(getName().Chars());
 }
 
 bool qvNotesNode::WriteTB(TextBlock& block) const {
