@@ -263,6 +263,16 @@ bool StrayRecords::Store(FILE* file) const {
     });
 }
 
+void StrayRecords::Rename(std::string_view oldKey, std::string_view newKey) {
+    for (Stray& stray : strays_) {
+        const std::string_view rest =
+            std::string_view(stray.key).substr(std::min(oldKey.size(), stray.key.size()));
+        if (stray.key.starts_with(oldKey) && (rest.empty() || rest.front() == '/')) {
+            stray.key = std::string(newKey).append(rest);
+        }
+    }
+}
+
 void StrayRecords::DeleteAll() {
     for (const Stray& stray : strays_) {
         files().remove(stray.path);

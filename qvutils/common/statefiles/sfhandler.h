@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "qvutils/common/platform/qvexport.h"
@@ -86,6 +87,8 @@ public:
     /// To be called after all owners have extracted theirs.
     bool Collect(StateFileRecords& records);
     bool Store(FILE* file) const;
+    /// An owner has a new key, and so have the owners below it, whose keys go on with a "/".
+    void Rename(std::string_view oldKey, std::string_view newKey);
     void DeleteAll();
     bool empty() const { return strays_.empty(); }
 

@@ -124,11 +124,15 @@ const char* qvProjectNode::getTypeName() const {
 }
 
 void qvProjectNode::setName(const QVString& name) {
+    qvProject* project = order_ ? getRootProject() : nullptr;
+    const bool movesRecords = project && project != this && !project->strays_.empty();
+    const QVString oldKey = movesRecords ? stateKey() : QVString();
     if (order_) {
         parent_->children_.rename(this, name);
     } else {
         name_ = name;
     }
+    if (movesRecords) project->strays_.Rename(oldKey.view(), stateKey().view());
     getProjectManager().GetEventSource().RaiseEvent(qvProjectEvent::renamed, this);
 }
 

@@ -181,8 +181,13 @@ TEST_F(FileTest, nodes_of_a_missing_plugin_keep_their_blocks_and_their_results) 
     ASSERT_TRUE(p->SaveToFile(path.c_str())) << error();
     EXPECT_EQ(contentOf(path), text);
     EXPECT_EQ(contentOf(statePath), state);
+    const std::string renamed = directory.file("renamed.prj");
+    p->FindChild("d")->Rename("ring");
+    ASSERT_TRUE(p->SaveToFile(renamed.c_str())) << error();
     manager.ClearNodes();
     loadPlugin();
+    EXPECT_EQ(resultOf(open(renamed), "ring"), "result of d");
+    manager.ClearNodes();
     EXPECT_EQ(resultOf(open(path)), "result of d");
 
     // One node of a newer version beside one that can be read.
