@@ -46,7 +46,7 @@ void raiseBoost(benchmark::State& state) {
 }
 BENCHMARK(raiseBoost)->Arg(1)->Arg(10)->Arg(100);
 
-/// As ours, these listeners may be destroyed at any time.
+/// Slots that also keep their listener alive while another thread destroys it.
 void raiseBoostTracked(benchmark::State& state) {
     Signal signal;
     std::vector<std::shared_ptr<Counter>> counters;
