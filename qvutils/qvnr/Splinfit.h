@@ -1,0 +1,177 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "qvutils/common/platform/qvexport.h"
+
+/// One row of a table.
+struct CSplineData {
+    double x = 0;
+    double y1 = 0;
+    double y2 = 0;
+};
+
+/// Where the segments of a rising table lie: the range is cut into cells of equal width, and each
+/// cell knows the first segment that reaches into it. Only the cells around a value are looked at,
+/// however long the table is.
+class QVCORE_API CSplineIndex {
+public:
+    /// Of n points x, at least two, at most 65535; the range x[n-1] - x[0] is positive.
+    void build(const double* x, int n, int cells);
+    /// The segment k with x[k] < value <= x[k+1], for x[0] < value < x[n-1]. `x` is the table that
+    /// the index was built of.
+    int find(const double* x, double value) const {
+        const std::uint16_t* cell = cells_.data() + static_cast<int>((value - first_) * density_);
+        const int low = cell[0];
+        const int high = cell[1];
+        if (high - low <= 1) return low + (value > x[low + 1]);
+        return bisect(x, value, low, high);
+    }
+
+private:
+    /// The points of a crowded cell: no branch here depends on the data.
+    static int bisect(const double* x, double value, int low, int high) {
+        const double* from = x + low + 1;
+        for (int length = high - low; length > 0;) {
+            const int half = (length + 1) / 2;
+            from += half & -static_cast<int>(from[half - 1] < value);
+            length -= half;
+        }
+        return static_cast<int>(from - x) - 1;
+    }
+
+    double first_ = 0;
+    double density_ = 0;  ///< cells per unit of x
+    std::vector<std::uint16_t> cells_;
+};
+
+/// A cubic spline through one or two columns of y values over one column of x values.
+///
+/// Inside a segment of width h = x[k+1] - x[k], with B = (x - x[k]) / h and A = 1 - B:
+///     y = A y[k] + B y[k+1] + ((A^3 - A) y"[k] + (B^3 - B) y"[k+1]) h^2 / 6
+/// where the second derivatives y" make slope and curvature continuous. The end segments' cubics go
+/// on outside the table.
+///
+/// Where two neighbouring points have the same x the curve is broken: the points before and after
+/// are two splines with natural ends there, and asking at that x is an error.
+///
+/// Mistakes are posted to qverr() and give 0:
+///     "out of data range calculating spline %s"   nothing was loaded, x is not a number, or is so
+///                                                  far outside that the result would overflow
+///     "Bad data calculating spline%s"             two points have this x
+///     "spline %s has no second column"
+/// A loaded spline may be used by several threads.
+class QVCORE_API CSpline {
+public:
+    static constexpr int maxPoints = 65535;
+    /// The gradient of an end that is natural.
+    static constexpr double noGradient = 1e100;
+
+    CSpline() = default;
+    CSpline(const CSplineData* data, int n, const char* name, bool twoColumns) {
+        Load(data, n, name, twoColumns);
+    }
+
+    /// The slopes at the first and the last point, for the loads that follow; above 9.99e99 the end
+    /// is natural (no curvature).
+    void SetGradients(double dy1Start, double dy1End, double dy2Start, double dy2End);
+    /// Copies the rows; 2 to 65535 with x values that do not fall. A refused table posts an error
+    /// and leaves the spline without data.
+    bool Load(const CSplineData* data, int n, const char* name, bool twoColumns);
+
+    double CalcY1(double x) const;
+    double CalcY2(double x) const;
+    double CalcdY1dx(double x) const;
+    double CalcdY2dx(double x) const;
+    double Calcd2Y1dx2(double x) const;
+    double Calcd2Y2dx2(double x) const;
+    /// The values at n places, the same as one by one.
+    void CalcY1(const double* x, double* y, int n) const;
+    void CalcY2(const double* x, double* y, int n) const;
+
+    bool IsReady() const { return ready_; }
+    bool HasSecondColumn() const { return !column2_.empty(); }
+    int getPoints() const { return static_cast<int>(x_.size()); }
+    /// The x range; 0 without data.
+    double getStart() const { return x_.empty() ? 0 : x_.front(); }
+    double getEnd() const { return x_.empty() ? 0 : x_.back(); }
+    const char* getName() const { return name_.c_str(); }
+
+private:
+    /// What the curve is made of at a point.
+    struct Knot {
+        double y;
+        double y2;  ///< second derivative
+    };
+    using Column = std::vector<Knot>;
+    struct Gradients {
+        double start = noGradient;
+        double end = noGradient;
+    };
+    struct Value;
+    struct Slope;
+    struct Curvature;
+
+    bool checkRows(const CSplineData* data, int n) const;
+    bool fillColumn(Column& column, const CSplineData* data, double CSplineData::*y,
+                    const Gradients& gradients, std::vector<double>& work) const;
+    void clear();
+    int segmentOf(double x) const;
+    template <class Kind>
+    double calc(const Column& column, double x) const;
+    template <class Kind>
+    double calcSlowly(const Column& column, double x) const;
+    template <class Kind>
+    double at(const Column& column, int k, double x) const;
+
+    std::vector<double> x_;
+    Column column1_;
+    Column column2_;
+    Gradients gradients1_;
+    Gradients gradients2_;
+    CSplineIndex index_;
+    /// Between these the segment can be looked up and used without further checks; an empty range
+    /// when nothing is loaded or two points have the same x.
+    double easyFrom_ = 0;
+    double easyTo_ = 0;
+    bool ready_ = false;
+    std::string name_;
+};
+
+/// Several splines over x ranges that follow each other. A value up to a ten-millionth of the range
+/// outside counts as inside; further outside the end segments' cubics go on.
+class QVCORE_API MultiCSpline {
+public:
+    /// Forgets what was loaded. Each segment is then loaded in the order of x.
+    bool Initialise(int segments, const char* name, bool twoColumns);
+    /// The rows of the next segment and its end gradients (see CSpline::SetGradients). It begins
+    /// where the one before ends; when it begins later, the one before goes on up to there. After
+    /// a failed segment the spline has no data until it is initialised again.
+    bool LoadSegment(const CSplineData* data, int n, double dy1Start, double dy1End,
+                     double dy2Start, double dy2End);
+
+    double CalcY1(double x) const;
+    double CalcY2(double x) const;
+    double CalcdY1dx(double x) const;
+    double CalcdY2dx(double x) const;
+
+    bool IsReady() const { return ready_; }
+
+private:
+    bool refuse(const char* message);
+    const CSpline* locate(double& x) const;
+
+    int wanted_ = 0;
+    std::vector<CSpline> segments_;
+    std::vector<double> bounds_;  ///< where each segment begins, and the end
+    CSplineIndex index_;
+    std::string name_;
+    bool twoColumns_ = false;
+    bool ready_ = false;
+};
+
+/// The natural cubic spline through n points, given as x1, y1, x2, y2, ..., and its slope at x.
+/// False when there are fewer than two points or their x values do not rise; nothing is posted.
+/// Takes no memory for up to 64 points.
+QVCORE_API bool qvNaturalSplineValue(int n, const double* xy, double x, double& y, double& dydx);
