@@ -46,6 +46,10 @@ inline qvRaisingThread& qvRaisingThread::current() {
     return thisThread ? *thisThread : registerThread();
 }
 
+const qvRaisingThread* qvRaisingThread::ifAny() {
+    return thisThread;
+}
+
 int qvRaisingThread::totalDepth() {
     const std::lock_guard lock(threads().mutex);
     int sum = 0;
@@ -103,14 +107,13 @@ namespace {
 class Walk {
 public:
     Walk(qvSubscriptionList& list, const qvRaisingThread& thread)
-        : list_(list), thread_(thread), entry_(list.enter(thread)) {}
-    ~Walk() { list_.leave(thread_, entry_); }
+        : list_(list), entry_(list.enter(thread)) {}
+    ~Walk() { list_.leave(entry_); }
     Walk(const Walk&) = delete;
     Walk& operator=(const Walk&) = delete;
 
 private:
     qvSubscriptionList& list_;
-    const qvRaisingThread& thread_;
     const qvSubscriptionList::Entry entry_;
 };
 
@@ -121,14 +124,13 @@ void qvEventSource::RaiseEvent(qvEvent& event) {
     qvSubscriptionList* list = list_.load(std::memory_order_acquire);
     if (!list) return;
     qvRaisingThread& thread = qvRaisingThread::current();
-    // First, because a locked instruction waits for the stores before it.
     const Walk walk(*list, thread);
     qvRaise raise(thread, *this, event);
-    list->walk(event.getID(), [&](qvEventListener& listener, int tag) {
+    list->walk(event.getID(), [&](qvEventListener& listener, const qvSubscriptionSlot& slot) {
         raise.called = &listener;
-        listener.OnEvent(event, tag);
+        listener.OnEvent(event, slot.tag);
         if (event.delegated_) [[unlikely]]
-            raise.callDelegates(tag);
+            raise.callDelegates(slot.tag);
     });
 }
 

@@ -10,6 +10,8 @@ struct qvRaisingThread {
     qvRaisingThread* next = nullptr;
 
     static qvRaisingThread& current();
+    /// The calling thread's, null when it never raised an event.
+    static const qvRaisingThread* ifAny();
     static int totalDepth();
 };
 

@@ -3,20 +3,32 @@
 #include <algorithm>
 #include <utility>
 
+#include "qvutils/common/events/raise.h"
+#include "qvutils/common/platform/barrier.h"
 #include "qvutils/common/platform/threads.h"
+
+const bool qvSubscriptionList::cleanersBarrier_ = qvplatform::hasProcessBarrier();
 
 void qvSubscriptionList::waitForCleaning() const {
     // Cleaning frees a few records: it never takes long.
     while (users_.load() & cleaning) qvplatform::yieldThread();
 }
 
+bool qvSubscriptionList::becomeOwner(const qvRaisingThread& me) {
+    const qvRaisingThread* owner = nullptr;
+    return owner_.compare_exchange_strong(owner, &me);
+}
+
 /// Frees the removed records, unless somebody else uses the list: then the last user will do it.
-/// The caller tells how often it is counted and whether it owns the list.
-void qvSubscriptionList::clean(unsigned counted, const qvRaisingThread* owner) {
+/// The caller tells how often it is counted and whether it is the owner about to leave.
+void qvSubscriptionList::clean(unsigned counted, bool ownerLeaves) {
     const qvAutoLock hold(lock_);
     unsigned onlyMe = counted;
     if (!users_.compare_exchange_strong(onlyMe, onlyMe | cleaning)) return;
-    if (owner_.load() == owner) {
+    const qvRaisingThread* owner = owner_.load();
+    const bool ownerMaySee = !owner || owner == qvRaisingThread::ifAny() ||
+                             !cleanersBarrier_ || qvplatform::processBarrier();
+    if (ownerMaySee && inside_.load() == ownerLeaves) {
         freeDiscarded();
         needsCleanup_.store(false, std::memory_order_relaxed);
     }
@@ -44,6 +56,7 @@ void qvSubscriptionList::compact() {
         const qvSubscriptionSlot& from = slots[std::exchange(records_[i]->place, i)];
         slots[i].listener = from.listener.load();
         slots[i].id = from.id;
+        slots[i].differs = from.differs;
         slots[i].tag = from.tag;
     }
     for (std::size_t i = records_.size(); i < size_; ++i) slots[i].listener = nullptr;
@@ -61,6 +74,7 @@ void qvSubscriptionList::moveSlots(std::size_t capacity) {
     for (std::size_t i = 0; i < size_; ++i) {
         array[i].listener.store(old[i].listener, std::memory_order_relaxed);
         array[i].id = old[i].id;
+        array[i].differs = old[i].differs;
         array[i].tag = old[i].tag;
     }
     slots_.store(array.get(), std::memory_order_release);
@@ -119,7 +133,7 @@ void qvSubscriptionList::close() {
         remove(*record);
         if (!link->first) dropLink(*link);
     }
-    users_.fetch_add(owner_.load() ? closed + 1 : closed);
+    users_.fetch_add(inside_.load() ? closed + 1 : closed);
 }
 
 qvSubscription* qvSubscriptionList::find(const qvEventListener& listener, int id, int tag) const {
@@ -153,6 +167,7 @@ qvSubscription* qvSubscriptionList::append(qvEventListener& listener, int id, in
     if (record->place == capacity) moveSlots(std::max(capacity * 2, smallestArray));
     qvSubscriptionSlot& slot = slots_.load()[record->place];
     slot.id = id;
+    slot.differs = id ? ~0 : 0;
     slot.tag = tag;
     records_.push_back(record);
     size_.store(records_.size(), std::memory_order_release);

@@ -29,6 +29,7 @@ struct qvSubscription {
 struct qvSubscriptionSlot {
     std::atomic<qvEventListener*> listener = nullptr;  ///< null when removed
     int id = 0;
+    int differs = 0;  ///< the bits in which an event's number may not differ: all, or none for id 0
     int tag = 0;
 };
 
@@ -46,16 +47,19 @@ struct qvSubscriptionLink {
 /// its last user leaves.
 ///
 /// Who uses the list, and when are removed records freed? Every user counts itself in `users_`,
-/// with two locked instructions. A raise saves one of them: it puts its thread into the free
-/// `owner_`, and a plain store frees that again. Raises within it on the same thread need do
-/// nothing at all; another thread's raise finds `owner_` taken and is counted.
-/// - Entering is a locked instruction on `owner_` or `users_` and then a look whether `users_` says
-///   that somebody is cleaning. The cleaner sets that with a locked instruction, which fails when
-///   others are counted, and then looks at `owner_`. So one of the two sees the other: the cleaner
-///   gives up, the one who enters waits.
-/// - A list ends when the last one counted leaves it after its source. A raise that owns the list
-///   when its source dies is the work of the thread that destroys the source. From then on it is
-///   counted, so that who leaves last never depends on two words.
+/// with two locked instructions, except the raises of one thread: the first thread that raises
+/// becomes the `owner_` of the list for good, and only marks itself `inside_`. Raises within it on
+/// the same thread need do nothing at all.
+/// - Entering is setting the mark, or counting, and then a look whether `users_` says that somebody
+///   is cleaning. The cleaner sets that with a locked instruction, which fails when others are
+///   counted, and then looks at the mark. So one of the two sees the other: the cleaner gives up,
+///   the one who enters waits.
+/// - The owner marks and looks with plain instructions, which the processor may exchange. A cleaner
+///   on another thread therefore executes a barrier for all threads between its two steps. Where
+///   the system has none, the owner marks itself with a locked instruction.
+/// - A list ends when the last one counted leaves it after its source. The owner that is inside
+///   when its source dies is the thread that destroys the source. From then on it is counted, so
+///   that who leaves last never depends on two words.
 class qvSubscriptionList {
 public:
     enum class Entry { owner, nested, counted };
@@ -71,30 +75,36 @@ public:
     }
     void leave() {
         if (needsCleanup_.load(std::memory_order_relaxed)) [[unlikely]]
-            clean(1, nullptr);
+            clean(1, false);
         if (users_.fetch_sub(1) == (closed | 1)) delete this;
     }
 
     /// The same for a raise on the thread `me`.
     Entry enter(const struct qvRaisingThread& me) {
-        const qvRaisingThread* holder = nullptr;
-        if (!owner_.compare_exchange_strong(holder, &me)) [[unlikely]] {
-            if (holder == &me) return Entry::nested;
+        if (owner_.load(std::memory_order_relaxed) != &me && !becomeOwner(me)) [[unlikely]] {
             enter();
             return Entry::counted;
+        }
+        if (inside_.load(std::memory_order_relaxed)) [[unlikely]]
+            return Entry::nested;
+        if (cleanersBarrier_) [[likely]] {
+            inside_.store(true, std::memory_order_relaxed);
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        } else {
+            inside_.exchange(true);
         }
         if (users_.load() & cleaning) [[unlikely]]
             waitForCleaning();
         return Entry::owner;
     }
-    void leave(const qvRaisingThread& me, Entry how) {
+    void leave(Entry how) {
         if (how == Entry::nested) [[unlikely]]
             return;
         if (how == Entry::counted || (users_.load(std::memory_order_relaxed) & closed)) [[unlikely]]
             return leave();
         if (needsCleanup_.load(std::memory_order_relaxed)) [[unlikely]]
-            clean(0, &me);
-        owner_.store(nullptr, std::memory_order_release);
+            clean(0, true);
+        inside_.store(false, std::memory_order_release);
     }
 
     /// Calls the listeners of an event, those included that subscribe meanwhile. The places of the
@@ -103,24 +113,23 @@ public:
     template <class Call>
     void walk(int id, Call call) const {
         const auto visit = [&](const qvSubscriptionSlot& slot) {
-            // One test: a jump costs more than a multiplication.
-            if (std::int64_t{slot.id ^ id} * slot.id != 0) [[unlikely]]
+            if ((slot.id ^ id) & slot.differs) [[unlikely]]
                 return;
             qvEventListener* listener = slot.listener.load(std::memory_order_acquire);
             if (listener) [[likely]]
-                call(*listener, slot.tag);
+                call(*listener, slot);
         };
         for (std::size_t done = 0, size; done < (size = size_.load(std::memory_order_acquire));
              done = size) {
             const qvSubscriptionSlot* const slots = slots_.load(std::memory_order_acquire);
             const qvSubscriptionSlot* slot = slots + done;
             const qvSubscriptionSlot* const end = slots + size;
-            // Calls are so cheap that counting each would be a quarter of the time.
-            for (; end - slot >= 4; slot += 4) {
+            // Calls are so cheap that counting each would be a quarter of the time; more places
+            // than this to call from make the processor's guess of the target worse.
+            for (; end - slot >= 3; slot += 3) {
                 visit(slot[0]);
                 visit(slot[1]);
                 visit(slot[2]);
-                visit(slot[3]);
             }
             for (; slot != end; ++slot) visit(*slot);
         }
@@ -161,8 +170,9 @@ private:
     };
 
     ~qvSubscriptionList();
+    bool becomeOwner(const qvRaisingThread& me);
     void waitForCleaning() const;
-    void clean(unsigned counted, const qvRaisingThread* owner);
+    void clean(unsigned counted, bool ownerLeaves);
     void freeDiscarded();
     void compact();
     void moveSlots(std::size_t capacity);
@@ -177,7 +187,11 @@ private:
     void takeOut(qvSubscription& record);
     void buildIndex();
 
+    /// Cleaners execute a barrier for the owner.
+    static const bool cleanersBarrier_;
+
     std::atomic<const qvRaisingThread*> owner_ = nullptr;
+    std::atomic<bool> inside_ = false;  ///< the owner is, in a raise
     std::atomic<unsigned> users_ = 0;
     std::atomic<bool> needsCleanup_ = false;
     std::atomic<std::size_t> size_ = 0;
