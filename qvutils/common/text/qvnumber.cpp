@@ -85,6 +85,13 @@ QVString toText(const std::complex<double>& value, int precision, const char* se
     return QVString(buffer, static_cast<int>(end - buffer));
 }
 
+template <class T>
+QVString shortest(T value) {
+    if (std::isnan(value)) return "nan";
+    char buffer[qvNumberTextSize];
+    return QVString(buffer, static_cast<int>(write(buffer, value) - buffer));
+}
+
 /// The scanner's states, in the order in which a text can pass through them.
 enum State { start, sign, integer, fraction, exponent, exponentDigits, trailing };
 
@@ -284,6 +291,19 @@ QVString numtoA(const std::complex<double>& value) {
     return toText(value, 16, ",");
 }
 
+QVString qvShortestText(int value) {
+    return qvIntegerToText(value);
+}
+QVString qvShortestText(float value) {
+    return shortest(value);
+}
+QVString qvShortestText(double value) {
+    return shortest(value);
+}
+QVString qvShortestText(const std::complex<double>& value) {
+    return "(" + shortest(value.real()) + "," + shortest(value.imag()) + ")";
+}
+
 QVString hexnumtoA(int value) {
     char buffer[qvNumberTextSize];
     return QVString(buffer,
@@ -298,11 +318,12 @@ QVString hexnumtoA(long value) {
 
 /// Reads the plain form: an optional "-", digits with at most one ".", and an exponent, nothing
 /// else. Texts of that form are all accepted by the scanner, but for a large exponent.
-static bool readPlain(std::string_view text, double& value) {
+template <class T>
+static bool readPlain(std::string_view text, T& value) {
     const char *c = text.data(), *end = c + text.size();
     if (c != end && *c == '-') ++c;
     if (c == end || (!isDigit(*c) && *c != '.')) return false;
-    double result;
+    T result;
     const auto [stop, error] = std::from_chars(c, end, result);
     if (error != std::errc() || stop != end) return false;
     std::size_t e = text.find('e');
@@ -312,34 +333,35 @@ static bool readPlain(std::string_view text, double& value) {
     return true;
 }
 
-template <>
-bool qvStringToNumber<double>(QVText text, double& value) {
+// Not through double for a float: it would be rounded twice.
+template <class T>
+static bool readReal(QVText text, T& value) {
     if (readPlain(text.view(), value)) return true;
     NumberScanner scanner;
     if (!scanner.scan(text.view())) return false;
-    double result = 0;
+    T result = 0;
     if (scanner.hasDigits()) {
         const char* end = text.data() + text.view().size();
         const auto error = std::from_chars(scanner.begin(), end, result).ec;
         if (error == std::errc::result_out_of_range) {
             if (!isTiny(scanner.begin(), end)) return false;
-            result = scanner.isNegative() ? -0.0 : 0.0;
+            result = scanner.isNegative() ? -T(0) : T(0);
         }
     } else if (scanner.isNegative()) {
-        result = -0.0;
+        result = -T(0);
     }
     value = result;
     return true;
 }
 
 template <>
+bool qvStringToNumber<double>(QVText text, double& value) {
+    return readReal(text, value);
+}
+
+template <>
 bool qvStringToNumber<float>(QVText text, float& value) {
-    double wide;
-    if (!qvStringToNumber(text, wide)) return false;
-    if (std::fabs(wide) > std::numeric_limits<float>::max() && std::isinf(static_cast<float>(wide)))
-        return false;
-    value = static_cast<float>(wide);
-    return true;
+    return readReal(text, value);
 }
 
 template <>
@@ -350,25 +372,49 @@ bool qvStringToNumber<int>(QVText text, int& value) {
     return true;
 }
 
-template <>
-bool qvStringToNumber<std::complex<double>>(QVText text, std::complex<double>& value) {
+template <class Reader>
+static bool readComplex(std::string_view all, std::complex<double>& value, Reader readPart) {
     double re = 0, im = 0;
-    if (qvStringToNumber(text, re)) {
+    if (readPart(QVText(all), re)) {
         value = re;
         return true;
     }
-    const std::string_view all = text.view();
     const std::size_t open = all.find_first_not_of(' ');
     if (open == all.npos || all[open] != '(') return false;
     const std::size_t comma = all.find(',', open);
     if (comma == all.npos) return false;
     const std::size_t close = all.find(')', comma);
     if (close == all.npos || all.find_first_not_of(' ', close + 1) != all.npos) return false;
-    if (!qvStringToNumber(QVText(all.substr(open + 1, comma - open - 1)), re) ||
-        !qvStringToNumber(QVText(all.substr(comma + 1, close - comma - 1)), im))
+    if (!readPart(QVText(all.substr(open + 1, comma - open - 1)), re) ||
+        !readPart(QVText(all.substr(comma + 1, close - comma - 1)), im))
         return false;
     value = {re, im};
     return true;
+}
+
+template <>
+bool qvStringToNumber<std::complex<double>>(QVText text, std::complex<double>& value) {
+    return readComplex(text.view(), value, qvStringToNumber<double>);
+}
+
+template <class T>
+bool qvReadShortest(QVText text, T& value) {
+    if constexpr (std::is_floating_point_v<T>) {
+        constexpr T infinity = std::numeric_limits<T>::infinity();
+        if (text.view() == "inf") return value = infinity, true;
+        if (text.view() == "-inf") return value = -infinity, true;
+        if (text.view() == "nan") return value = std::numeric_limits<T>::quiet_NaN(), true;
+    }
+    return qvStringToNumber(text, value);
+}
+
+template bool qvReadShortest<int>(QVText, int&);
+template bool qvReadShortest<float>(QVText, float&);
+template bool qvReadShortest<double>(QVText, double&);
+
+template <>
+bool qvReadShortest<std::complex<double>>(QVText text, std::complex<double>& value) {
+    return readComplex(text.view(), value, qvReadShortest<double>);
 }
 
 template <>

@@ -34,6 +34,11 @@ QVString numtoA(T value) {
 QVCORE_API QVString numtoA(float value);
 QVCORE_API QVString numtoA(double value);
 QVCORE_API QVString numtoA(const std::complex<double>& value);
+/// The fewest digits that qvReadShortest reads back as the same value; "(re,im)", "inf", "nan".
+QVCORE_API QVString qvShortestText(int value);
+QVCORE_API QVString qvShortestText(float value);
+QVCORE_API QVString qvShortestText(double value);
+QVCORE_API QVString qvShortestText(const std::complex<double>& value);
 /// "%x"
 QVCORE_API QVString hexnumtoA(int value);
 QVCORE_API QVString hexnumtoA(long value);
@@ -44,6 +49,11 @@ QVCORE_API QVString hexnumtoA(long value);
 /// complex takes a real number or "(re,im)".
 template <class T>
 bool qvStringToNumber(QVText text, T& value);
+
+/// The same, but what qvShortestText writes for infinities and for what is not a number are numbers
+/// too.
+template <class T>
+bool qvReadShortest(QVText text, T& value);
 
 /// complex copies, double and float take the real part, int the nearest integer to the real part,
 /// clamped to -2147483647 ... 2147483647. A real part that is not a number gives 0 as an int.
@@ -81,6 +91,11 @@ template <>
 QVCORE_API bool qvStringToNumber<int>(QVText text, int& value);
 template <>
 QVCORE_API bool qvStringToNumber<std::complex<double>>(QVText text, std::complex<double>& value);
+extern template QVCORE_API bool qvReadShortest<int>(QVText, int&);
+extern template QVCORE_API bool qvReadShortest<float>(QVText, float&);
+extern template QVCORE_API bool qvReadShortest<double>(QVText, double&);
+template <>
+QVCORE_API bool qvReadShortest<std::complex<double>>(QVText text, std::complex<double>& value);
 template <>
 QVCORE_API void qvComplexToNumber<std::complex<double>>(const std::complex<double>& number,
                                                         std::complex<double>& value);

@@ -73,6 +73,47 @@ TEST(NumberText, one_third_has_as_many_digits_as_the_purpose_asks) {
     EXPECT_EQ(hexnumtoA(-1), "ffffffff");
 }
 
+template <class T>
+void expectShortest(T value, const char* text) {
+    T back = 77;
+    EXPECT_EQ(qvShortestText(value), text);
+    EXPECT_TRUE(qvReadShortest(text, back)) << text;
+    EXPECT_TRUE(value == back || (value != value && back != back)) << text;
+}
+
+TEST(NumberText, the_shortest_text_reads_back_as_the_same_value) {
+    std::mt19937_64 random(99);
+    for (int i = 0; i < 20000; ++i) {
+        const double x = randomDouble(random, i);
+        const float f = std::bit_cast<float>(static_cast<unsigned>(random()));
+        double xBack = 0;
+        float fBack = 0;
+        ASSERT_TRUE(qvReadShortest(qvShortestText(x), xBack));
+        ASSERT_TRUE(qvReadShortest(qvShortestText(f), fBack)) << qvShortestText(f);
+        ASSERT_TRUE(x == xBack || x != x) << qvShortestText(x);
+        ASSERT_TRUE(f == fBack || f != f) << qvShortestText(f);
+        ASSERT_LE(qvShortestText(f).Length(), 15);
+    }
+    expectShortest(0.1, "0.1");
+    expectShortest(0.1f, "0.1");
+    expectShortest(1e23, "1e+23");
+    expectShortest(-0.0, "-0");
+    expectShortest(-INFINITY, "-inf");
+    expectShortest(std::numeric_limits<double>::quiet_NaN(), "nan");
+    expectShortest(-7, "-7");
+    expectShortest(Complex(1.0 / 3, -2), "(0.3333333333333333,-2)");
+    EXPECT_EQ(qvShortestText(Complex(INFINITY, NAN)), "(inf,nan)");
+    double number = 77;
+    for (const char* text : {"inf", "nan", "-inf"})
+        EXPECT_FALSE(qvStringToNumber<double>(text, number));
+    // Just above the middle of two floats: rounding to double first would lose what is above.
+    float f = 0;
+    EXPECT_TRUE(qvStringToNumber<float>("1.000000059604644775390626", f));
+    EXPECT_EQ(f, std::nextafter(1.0f, 2.0f));
+    EXPECT_EQ(read<float>("3.5e38"), "refused");
+    EXPECT_EQ(read<float>("1e-60"), "0");
+}
+
 TEST(NumberText, every_written_double_is_read_back_as_strtod_reads_it) {
     std::mt19937_64 random(815);
     for (int i = 0; i < 20000; ++i) {
