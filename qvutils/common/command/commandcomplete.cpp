@@ -8,11 +8,9 @@
 #include "qvutils/common/command/commandvalue.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/object/qvquotes.h"
+#include "qvutils/common/text/qvnearest.h"
 
 namespace {
-
-constexpr std::size_t longestComparedName = 64;
-constexpr std::size_t mostHints = 3;
 
 /// Where the path that the text ends in begins: after the last ";", "=" or keyword.
 std::size_t pathStart(std::string_view text) {
@@ -48,56 +46,13 @@ bool isOpen(std::string_view path) {
     return depth > 0 || quotes.inside();
 }
 
-char folded(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// The number of characters to insert, delete, replace or swap with their neighbour to turn one
-/// name into the other, case ignored (the distance of Damerau and Levenshtein, each place edited
-/// once).
-std::size_t editDistance(std::string_view a, std::string_view b) {
-    std::size_t rows[3][longestComparedName + 1];
-    std::size_t* before = rows[0];
-    std::size_t* last = rows[1];
-    std::size_t* row = rows[2];
-    for (std::size_t j = 0; j <= b.size(); ++j) last[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const bool same = folded(a[i - 1]) == folded(b[j - 1]);
-            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-            const bool swapped = i > 1 && j > 1 && folded(a[i - 1]) == folded(b[j - 2]) &&
-                                 folded(a[i - 2]) == folded(b[j - 1]);
-            if (swapped) row[j] = std::min(row[j], before[j - 2] + 1);
-        }
-        std::swap(before, last);
-        std::swap(last, row);
-    }
-    return last[b.size()];
-}
-
 }  // namespace
 
 std::vector<std::string> QVCommandBase::nearestNames(std::string_view name,
                                                      const std::vector<std::string>& candidates) {
-    struct Near {
-        std::size_t distance;
-        const std::string* name;
-    };
-    std::vector<Near> near;
-    const std::size_t limit = std::max<std::size_t>(1, (name.size() + 1) / 3);
-    for (const std::string& candidate : candidates) {
-        if (name.size() > longestComparedName || candidate.size() > longestComparedName) continue;
-        const std::size_t distance = editDistance(name, candidate);
-        if (distance <= limit && distance < name.size()) near.push_back({distance, &candidate});
-    }
-    std::stable_sort(near.begin(), near.end(),
-                     [](const Near& a, const Near& b) { return a.distance < b.distance; });
-    std::vector<std::string> names;
-    for (const Near& n : near) {
-        if (names.size() < mostHints) names.push_back(*n.name);
-    }
-    return names;
+    QVNearestNames nearest(name);
+    for (const std::string& candidate : candidates) nearest.offer(candidate);
+    return nearest.names();
 }
 
 void QVCommandBase::listRoots(std::vector<std::string>& names) {
