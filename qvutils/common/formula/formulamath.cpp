@@ -1,22 +1,24 @@
 #include "qvutils/common/formula/formulamath.h"
 
-#include <cstdarg>
-
-#include "qvutils/common/platform/format.h"
-
 namespace qvformula {
 
-void refuseDivision() { refuse("QVExpressionM::Evaluate: division by zero"); }
+void refuseDivision() {
+    qvThrowError("QVExpressionM::Evaluate: division by zero");
+}
 
 void refuseComplex(const char* function) {
-    refuse("cannot pass complex number to function \"%s\"\n", function);
+    qvThrowError("cannot pass complex number to function \"%s\"\n", function);
 }
 
 namespace {
 
-bool isInteger(double x) { return std::floor(x) == x && std::isfinite(x); }
+bool isInteger(double x) {
+    return std::floor(x) == x && std::isfinite(x);
+}
 
-bool isOdd(double integer) { return std::fmod(integer, 2) != 0; }
+bool isOdd(double integer) {
+    return std::fmod(integer, 2) != 0;
+}
 
 /// By repeated squaring: no logarithm, so (-2)**2 has no imaginary part.
 Complex integerPower(Complex base, int exponent) {
@@ -35,7 +37,8 @@ constexpr double mostMultipliedOut = 1024;
 double pow(double base, double exponent) {
     if (base > 0) return std::pow(base, exponent);
     if (!isInteger(exponent)) {
-        if (base < 0 && std::isfinite(exponent)) refuse("negative argument in non-integer power\n");
+        if (base < 0 && std::isfinite(exponent))
+            qvThrowError("negative argument in non-integer power\n");
         return std::pow(base, exponent);
     }
     const bool odd = isOdd(exponent);
@@ -62,14 +65,22 @@ Complex sqrt(Complex z) {
     return z.real() < 0 ? Complex(0, std::sqrt(-z.real())) : Complex(std::sqrt(z.real()));
 }
 
-double sign(double x) { return (x > 0) - (x < 0); }
-Complex sign(Complex z) { return sign(realOnly(z, "sign")); }
+double sign(double x) {
+    return (x > 0) - (x < 0);
+}
+Complex sign(Complex z) {
+    return sign(realOnly(z, "sign"));
+}
 
-double exp(double x) { return x < -100 ? 0 : std::exp(x); }
-Complex exp(Complex z) { return isReal(z) ? std::exp(z.real()) : std::exp(z); }
+double exp(double x) {
+    return x < -100 ? 0 : std::exp(x);
+}
+Complex exp(Complex z) {
+    return isReal(z) ? std::exp(z.real()) : std::exp(z);
+}
 
 double ln(double x) {
-    if (x <= 0) refuse("DOMAIN error in function \"ln\"\n");
+    if (x <= 0) qvThrowError("DOMAIN error in function \"ln\"\n");
     return std::log(x);
 }
 Complex ln(Complex z) {
@@ -77,7 +88,7 @@ Complex ln(Complex z) {
 }
 
 double log10(double x) {
-    if (x <= 0) refuse("DOMAIN error in function \"log10\"\n");
+    if (x <= 0) qvThrowError("DOMAIN error in function \"log10\"\n");
     return std::log10(x);
 }
 Complex log10(Complex z) {
@@ -85,7 +96,7 @@ Complex log10(Complex z) {
 }
 
 double asin(double x) {
-    if (std::fabs(x) > 1) refuse("DOMAIN error in function \"asin\"\n");
+    if (std::fabs(x) > 1) qvThrowError("DOMAIN error in function \"asin\"\n");
     return std::asin(x);
 }
 Complex asin(Complex z) {
@@ -93,39 +104,63 @@ Complex asin(Complex z) {
 }
 
 double acos(double x) {
-    if (std::fabs(x) > 1) refuse("DOMAIN error in function \"acos\"\n");
+    if (std::fabs(x) > 1) qvThrowError("DOMAIN error in function \"acos\"\n");
     return std::acos(x);
 }
 Complex acos(Complex z) {
     return isReal(z) && std::fabs(z.real()) <= 1 ? std::acos(z.real()) : std::acos(aboveCut(z));
 }
 
-double atan(double x) { return std::atan(x); }
-Complex atan(Complex z) { return isReal(z) ? std::atan(z.real()) : std::atan(z); }
-double sin(double x) { return std::sin(x); }
-Complex sin(Complex z) { return isReal(z) ? std::sin(z.real()) : std::sin(z); }
-double cos(double x) { return std::cos(x); }
-Complex cos(Complex z) { return isReal(z) ? std::cos(z.real()) : std::cos(z); }
-double tan(double x) { return std::tan(x); }
-Complex tan(Complex z) { return isReal(z) ? std::tan(z.real()) : std::tan(z); }
-double sinh(double x) { return std::sinh(x); }
-Complex sinh(Complex z) { return isReal(z) ? std::sinh(z.real()) : std::sinh(z); }
-double cosh(double x) { return std::cosh(x); }
-Complex cosh(Complex z) { return isReal(z) ? std::cosh(z.real()) : std::cosh(z); }
-double tanh(double x) { return std::tanh(x); }
-Complex tanh(Complex z) { return isReal(z) ? std::tanh(z.real()) : std::tanh(z); }
-Complex real(Complex z) { return z.real(); }
-Complex imag(Complex z) { return z.imag(); }
-Complex arg(Complex z) { return std::arg(aboveCut(z)); }
-
-void refuse(const char* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    const std::string message = qvplatform::vformatText(format, arguments);
-    va_end(arguments);
-    Error error;
-    error.set(message.c_str());
-    throw error;
+double atan(double x) {
+    return std::atan(x);
+}
+Complex atan(Complex z) {
+    return isReal(z) ? std::atan(z.real()) : std::atan(z);
+}
+double sin(double x) {
+    return std::sin(x);
+}
+Complex sin(Complex z) {
+    return isReal(z) ? std::sin(z.real()) : std::sin(z);
+}
+double cos(double x) {
+    return std::cos(x);
+}
+Complex cos(Complex z) {
+    return isReal(z) ? std::cos(z.real()) : std::cos(z);
+}
+double tan(double x) {
+    return std::tan(x);
+}
+Complex tan(Complex z) {
+    return isReal(z) ? std::tan(z.real()) : std::tan(z);
+}
+double sinh(double x) {
+    return std::sinh(x);
+}
+Complex sinh(Complex z) {
+    return isReal(z) ? std::sinh(z.real()) : std::sinh(z);
+}
+double cosh(double x) {
+    return std::cosh(x);
+}
+Complex cosh(Complex z) {
+    return isReal(z) ? std::cosh(z.real()) : std::cosh(z);
+}
+double tanh(double x) {
+    return std::tanh(x);
+}
+Complex tanh(Complex z) {
+    return isReal(z) ? std::tanh(z.real()) : std::tanh(z);
+}
+Complex real(Complex z) {
+    return z.real();
+}
+Complex imag(Complex z) {
+    return z.imag();
+}
+Complex arg(Complex z) {
+    return std::arg(aboveCut(z));
 }
 
 }  // namespace qvformula

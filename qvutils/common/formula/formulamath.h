@@ -3,7 +3,7 @@
 #include <complex>
 #include <limits>
 
-#include "qvutils/common/error/qverror.h"
+#include "qvutils/common/formula/funcparser.h"
 
 /// The arithmetic of formulas, for real and for complex values. What a formula may not do throws an
 /// Error; the public entry points of expressions catch it.
@@ -15,29 +15,47 @@ namespace qvformula {
 
 using Complex = std::complex<double>;
 
-[[noreturn]] void refuse(const char* format, ...) QV_PRINTF_LIKE(1, 2);
+inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
 [[noreturn]] void refuseDivision();
 [[noreturn]] void refuseComplex(const char* function);
 
-inline bool isReal(double) { return true; }
-inline bool isReal(const Complex& z) { return z.imag() == 0; }
-inline double realPart(double x) { return x; }
-inline double realPart(const Complex& z) { return z.real(); }
+inline bool isReal(double) {
+    return true;
+}
+inline bool isReal(const Complex& z) {
+    return z.imag() == 0;
+}
+inline double realPart(double x) {
+    return x;
+}
+inline double realPart(const Complex& z) {
+    return z.real();
+}
 /// The value of an argument that has to be real, named by what it is handed to.
-inline double realOnly(double x, const char*) { return x; }
+inline double realOnly(double x, const char*) {
+    return x;
+}
 inline double realOnly(const Complex& z, const char* function) {
     if (!isReal(z)) refuseComplex(function);
     return z.real();
 }
 
-inline double negate(double x) { return -x; }
-inline Complex negate(const Complex& z) { return {-z.real(), 0 - z.imag()}; }
+inline double negate(double x) {
+    return -x;
+}
+inline Complex negate(const Complex& z) {
+    return {-z.real(), 0 - z.imag()};
+}
 /// On the upper side of a branch cut along the real axis.
-inline Complex aboveCut(const Complex& z) { return {z.real(), z.imag() + 0.0}; }
+inline Complex aboveCut(const Complex& z) {
+    return {z.real(), z.imag() + 0.0};
+}
 
 template <class T>
 T divide(const T& a, const T& b) {
-    if (b == T(0)) [[unlikely]] refuseDivision();
+    if (b == T(0)) [[unlikely]]
+        refuseDivision();
     return a / b;
 }
 
@@ -60,12 +78,17 @@ T fourth(const T& x) {
 }
 
 inline double sqrt(double x) {
-    if (x < 0) [[unlikely]] refuse("negative argument in sqrt\n");
+    if (x < 0) [[unlikely]]
+        qvThrowError("negative argument in sqrt\n");
     return std::sqrt(x);
 }
 Complex sqrt(Complex z);
-inline double abs(double x) { return std::fabs(x); }
-inline Complex abs(Complex z) { return isReal(z) ? std::fabs(z.real()) : std::abs(z); }
+inline double abs(double x) {
+    return std::fabs(x);
+}
+inline Complex abs(Complex z) {
+    return isReal(z) ? std::fabs(z.real()) : std::abs(z);
+}
 double sign(double x);
 Complex sign(Complex z);
 double exp(double x);

@@ -82,8 +82,8 @@ private:
 
     List<FuncDataElt<T>> functions_;
     List<QVFormulaConstant<T>> constants_;
-    QVNameIndex functionIndex_;
-    QVNameIndex constantIndex_;
+    QVNameIndex<const FuncDataElt<T>*> functionIndex_;
+    QVNameIndex<const QVFormulaConstant<T>*> constantIndex_;
 };
 using QVFuncParserR = QVFuncParser<double>;
 using QVFuncParserC = QVFuncParser<std::complex<double>>;

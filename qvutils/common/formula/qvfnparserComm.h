@@ -163,7 +163,9 @@ private:
     bool boundsCheck_ = true;
     std::shared_ptr<const QVProgram<T>> program_;
     mutable QVFormulaFault fault_;
-    QVString unknown_;  // the name that was not found, until near names were looked up
+    // The name that was not found, until near names were looked up.
+    QVString unknown_;
+    bool unknownIsFunction_ = false;
 };
 using QVExpressionR = QVExpression<double>;
 using QVExpressionC = QVExpression<std::complex<double>>;
