@@ -1,4 +1,6 @@
 #pragma once
+#include <atomic>
+#include <cstdint>
 
 #include "qvutils/common/platform/qvexport.h"
 
@@ -9,8 +11,25 @@ QVCORE_API void pauseProcessor();
 /// Lets another thread run.
 QVCORE_API void yieldThread();
 QVCORE_API void sleepMicroseconds(int microseconds);
-/// The number of processors the process may use, at least 1.
-QVCORE_API int processorCount();
+
+/// A thread of the system, started by startThread and given back by joinThread or forgetThread.
+using Thread = std::uintptr_t;
+
+/// False when the system has no room for another thread. The code of `function` stays loaded until
+/// the thread has ended where the system would otherwise take it away (Windows).
+QVCORE_API bool startThread(void (*function)(void*), void* argument, Thread& thread);
+/// Waits until the thread has ended, its atThreadExit functions included.
+QVCORE_API void joinThread(Thread thread);
+/// Lets the thread run on its own.
+QVCORE_API void forgetThread(Thread thread);
+
+/// Sleeps while `word` holds `value`, for at most so many nanoseconds; negative: without limit. May
+/// come back early for no reason. False when the system refuses to wait.
+QVCORE_API bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
+                                std::int64_t nanoseconds = -1);
+/// Wakes at least this many of the threads that sleep on `word` if there are as many. Whoever
+/// changes the word does so before the call.
+QVCORE_API void wakeSleepers(std::atomic<std::uint32_t>& word, int count);
 
 /// `function(argument)` is called when the calling thread ends, after the destructors of its
 /// thread_local objects where the system allows; the last one asked for comes first. For the main

@@ -1,7 +1,12 @@
+#include <linux/futex.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <ctime>
 #include <thread>
 #include <utility>
 
@@ -24,18 +29,20 @@ void runCalls(void* first) {
     }
 }
 
-pthread_key_t makeKey() {
-    pthread_key_t key{};
-    pthread_key_create(&key, runCalls);
-    return key;
-}
+/// Deleted when the library is unloaded or the program ends: a thread that ends later must not
+/// jump to code that is gone.
+struct Key {
+    pthread_key_t value{};
+    Key() { pthread_key_create(&value, runCalls); }
+    ~Key() { pthread_key_delete(value); }
+};
 
 }  // namespace
 
 void atThreadExit(void (*function)(void*), void* argument) {
-    static const pthread_key_t key = makeKey();
-    auto* const before = static_cast<Call*>(pthread_getspecific(key));
-    pthread_setspecific(key, new Call{function, argument, before});
+    static const Key key;
+    auto* const before = static_cast<Call*>(pthread_getspecific(key.value));
+    pthread_setspecific(key.value, new Call{function, argument, before});
 }
 
 void pauseProcessor() {
@@ -52,11 +59,51 @@ void sleepMicroseconds(int microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
 
-int processorCount() {
-    cpu_set_t set;
-    if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0) return CPU_COUNT(&set);
-    const unsigned count = std::thread::hardware_concurrency();
-    return count ? static_cast<int>(count) : 1;
+namespace {
+
+struct Start {
+    void (*function)(void*);
+    void* argument;
+};
+
+void* runThread(void* given) {
+    const Start start = *static_cast<Start*>(given);
+    delete static_cast<Start*>(given);
+    start.function(start.argument);
+    return nullptr;
+}
+
+}  // namespace
+
+static_assert(sizeof(Thread) == sizeof(pthread_t));
+
+bool startThread(void (*function)(void*), void* argument, Thread& thread) {
+    auto* const start = new Start{function, argument};
+    pthread_t made{};
+    if (pthread_create(&made, nullptr, runThread, start) != 0) {
+        delete start;
+        return false;
+    }
+    thread = static_cast<Thread>(made);
+    return true;
+}
+
+void joinThread(Thread thread) { pthread_join(static_cast<pthread_t>(thread), nullptr); }
+
+void forgetThread(Thread thread) { pthread_detach(static_cast<pthread_t>(thread)); }
+
+bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
+                     std::int64_t nanoseconds) {
+    timespec limit{};
+    limit.tv_sec = nanoseconds / 1'000'000'000;
+    limit.tv_nsec = nanoseconds % 1'000'000'000;
+    const long done = syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value,
+                              nanoseconds < 0 ? nullptr : &limit, nullptr, 0);
+    return done == 0 || errno == EAGAIN || errno == EINTR || errno == ETIMEDOUT;
+}
+
+void wakeSleepers(std::atomic<std::uint32_t>& word, int count) {
+    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, count, nullptr, nullptr, 0);
 }
 
 }  // namespace qvplatform

@@ -1,3 +1,5 @@
+#include <process.h>
+
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -38,10 +40,79 @@ void sleepMicroseconds(int microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
 
-int processorCount() {
-    SYSTEM_INFO info;
-    GetSystemInfo(&info);
-    return info.dwNumberOfProcessors ? static_cast<int>(info.dwNumberOfProcessors) : 1;
+namespace {
+
+struct Start {
+    void (*function)(void*);
+    void* argument;
+    HMODULE module;
+};
+
+/// The thread holds the module that its code is in, so that unloading it cannot pull the ground
+/// from under the thread, and lets go of it in one step with its end.
+unsigned __stdcall runThread(void* given) {
+    const Start start = *static_cast<Start*>(given);
+    delete static_cast<Start*>(given);
+    start.function(start.argument);
+    if (start.module) FreeLibraryAndExitThread(start.module, 0);
+    return 0;
+}
+
+/// Sleeping on a word: by its address a thread finds the place where it sleeps. Words that share a
+/// place wake each other for no reason, which callers expect anyway.
+struct Place {
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
+};
+
+Place& placeOf(const void* word) {
+    static Place places[64];
+    return places[reinterpret_cast<std::uintptr_t>(word) / 64 % 64];
+}
+
+}  // namespace
+
+bool startThread(void (*function)(void*), void* argument, Thread& thread) {
+    auto* const start = new Start{function, argument, nullptr};
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(&runThread), &start->module);
+    HMODULE const module = start->module;
+    thread = _beginthreadex(nullptr, 0, runThread, start, 0, nullptr);
+    if (thread) return true;
+    delete start;
+    if (module) FreeLibrary(module);
+    return false;
+}
+
+void joinThread(Thread thread) {
+    WaitForSingleObject(reinterpret_cast<HANDLE>(thread), INFINITE);
+    forgetThread(thread);
+}
+
+void forgetThread(Thread thread) { CloseHandle(reinterpret_cast<HANDLE>(thread)); }
+
+bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
+                     std::int64_t nanoseconds) {
+    Place& place = placeOf(&word);
+    const DWORD limit =
+        nanoseconds < 0 ? INFINITE : static_cast<DWORD>((nanoseconds + 999'999) / 1'000'000);
+    AcquireSRWLockExclusive(&place.lock);
+    bool fine = true;
+    // Who wakes changes the word first and passes the lock then: no change is missed between the
+    // look at the word and the sleep.
+    if (word.load() == value) {
+        fine = SleepConditionVariableSRW(&place.changed, &place.lock, limit, 0) ||
+               GetLastError() == ERROR_TIMEOUT;
+    }
+    ReleaseSRWLockExclusive(&place.lock);
+    return fine;
+}
+
+void wakeSleepers(std::atomic<std::uint32_t>& word, int) {
+    Place& place = placeOf(&word);
+    AcquireSRWLockExclusive(&place.lock);
+    ReleaseSRWLockExclusive(&place.lock);
+    WakeAllConditionVariable(&place.changed);
 }
 
 }  // namespace qvplatform

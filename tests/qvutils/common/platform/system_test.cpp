@@ -9,6 +9,7 @@
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/format.h"
 #include "qvutils/common/platform/process.h"
+#include "qvutils/common/platform/processors.h"
 #include "qvutils/common/platform/threads.h"
 #include "tests/support/comma_locale.h"
 #include "tests/support/fake_clock.h"
@@ -69,6 +70,36 @@ TEST(Process, knows_the_machine) {
     EXPECT_GE(minor, 0);
     EXPECT_GT(qvplatform::physicalMemory(), 1u << 26);
     EXPECT_GE(qvplatform::processorCount(), 1);
+    EXPECT_GE(qvplatform::usableProcessorCount(), 1);
+    EXPECT_LE(qvplatform::usableProcessorCount(), qvplatform::processorCount());
+}
+
+TEST(Process, control_groups_limit_the_processors) {
+    const TempDirectory mount;
+    const auto limit = [&](const char* groups) {
+        return qvplatform::controlGroupLimit(groups, mount.path());
+    };
+    if (!qvplatform::fileSystem().status("/proc/self/cgroup").exists()) {
+        GTEST_SKIP() << "a matter of Linux";
+    }
+    EXPECT_EQ(limit("0::/job/step\n"), 0) << "nothing is limited";
+    for (const char* folder : {"job", "job/step", "cpu,cpuacct"}) {
+        ASSERT_TRUE(qvplatform::fileSystem().makeDirectory(mount.file(folder), false));
+    }
+    mount.write("job/step/cpu.max", "max 100000\n");
+    EXPECT_EQ(limit("0::/job/step\n"), 0);
+    mount.write("job/cpu.max", "250000 100000\n");
+    EXPECT_EQ(limit("0::/job/step\n"), 3) << "a part of a processor needs a thread too";
+    mount.write("job/step/cpu.max", "50000 100000\n");
+    EXPECT_EQ(limit("0::/job/step\n"), 1);
+    EXPECT_EQ(limit("0::/other/job\n"), 0);
+
+    const char* version1 = "5:cpuset:/x\n4:cpu,cpuacct:/docker/1234\n0::/\n";
+    mount.write("cpu,cpuacct/cpu.cfs_period_us", "100000\n");
+    mount.write("cpu,cpuacct/cpu.cfs_quota_us", "-1\n");
+    EXPECT_EQ(limit(version1), 0);
+    mount.write("cpu,cpuacct/cpu.cfs_quota_us", "400000\n");
+    EXPECT_EQ(limit(version1), 4) << "the folder of the group itself is not to be seen";
 }
 
 TEST(Process, starts_programs_and_tells_when_there_is_none) {
