@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "qvutils/common/formula/formulamath.h"
+#include "qvutils/common/formula/arithmetic.h"
 #include "qvutils/qvnr/Splinfit.h"
 
 using qvformula::Complex;
@@ -415,3 +415,25 @@ template <>
 std::span<const QVBuiltin<Complex>> qvBuiltins<Complex>() {
     return complexTable;
 }
+
+namespace qvformula {
+
+template <class T>
+QVDual<T> pow(const QVDual<T>& base, const QVDual<T>& exponent) {
+    const QVDual<T> arguments[] = {base, exponent};
+    const T value = pow(base.value, exponent.value);
+    return {value, powSlope(arguments, 2, value)};
+}
+
+template <class T>
+QVDual<T> abs(const QVDual<T>& a) {
+    const T value = abs(a.value);
+    return {value, absSlope(&a, 1, value)};
+}
+
+template QVDual<double> pow(const QVDual<double>&, const QVDual<double>&);
+template QVDual<Complex> pow(const QVDual<Complex>&, const QVDual<Complex>&);
+template QVDual<double> abs(const QVDual<double>&);
+template QVDual<Complex> abs(const QVDual<Complex>&);
+
+}  // namespace qvformula

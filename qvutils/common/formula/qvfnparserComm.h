@@ -16,6 +16,8 @@
 /// Formulas: compiled once, evaluated often, in real (T = double) or complex arithmetic.
 template <class T>
 class QVProgram;
+template <class T>
+struct QVRun;
 
 /// A declared parameter: a scalar when hi < lo, else a vector with the indices lo to hi. The caller
 /// writes its value, or values, into `value` between evaluations; a scalar is value[lo].
@@ -154,7 +156,9 @@ public:
 
 private:
     void CompileB();
-    T EvaluateB() const;
+    T EvaluateB(QVRun<T>& run) const;
+    T EvaluateWith(const QVArguments<T>& arguments, int parameter, T* derivative,
+                   Error& error) const;
 
     QVString text_;
     const QVFuncParser<T>* registry_;
