@@ -27,7 +27,6 @@ private:
     void enter(qvNamedVariable& variable);
     void look(Frame& frame, qvNamedVariable& used);
     void finish(const Frame& frame);
-    void compute(qvNamedVariable& variable, std::uint64_t time);
     std::complex<double> evaluate(qvNamedVariable& variable);
     void closeCircle(const std::vector<qvNamedVariable*>& members);
     void store(qvNamedVariable& variable, const std::complex<double>& value, std::uint64_t time);

@@ -126,7 +126,6 @@ private:
     qvNamedVariable* findOwn(QVText name) const;
     void raise(int event, qvNamedVariable* variable);
     void copyVariables(const qvNameSpace& other);
-    void copyVariable(const qvNamedVariable& other);
     void joinParent(qvNameSpace* parent);
     void leaveParent();
     std::vector<qvNameSpace*> descendants();

@@ -26,7 +26,7 @@ struct qvNamedVariableSnapshot {
 /// do nothing.
 class QVCORE_API qvNameSpaceSnapshot {
 public:
-    explicit qvNameSpaceSnapshot(qvNameSpace* space);
+    explicit qvNameSpaceSnapshot(const qvNameSpace* space);
     ~qvNameSpaceSnapshot();
     qvNameSpaceSnapshot(const qvNameSpaceSnapshot&) = delete;
     qvNameSpaceSnapshot& operator=(const qvNameSpaceSnapshot&) = delete;
