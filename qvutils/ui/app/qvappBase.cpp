@@ -7,6 +7,7 @@
 #include "qvutils/common/platform/process.h"
 #include "qvutils/common/statefiles/sfhandler.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 const qvClassInfo qvAppBase::cinfo_qvAppBase("qvAppBase", QVObject::getStaticClassInfo());
@@ -19,6 +20,7 @@ qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& com
     : name_(name), version_(version), commands_(commands) {
     registerProjectNode();
     registerNotesNode();
+    registerVariablesNode();
     SFHandler::InitialiseCacheDir(SFHandler::privateCacheDir().Chars());
     getProjectManager().setServices(this);
     commands_.setRoot(this);

@@ -4,8 +4,6 @@
 
 #include "qvutils/common/error/qverror.h"
 
-namespace {
-
 bool startsWithWord(std::string_view line, std::string_view word) {
     if (line.size() < word.size()) return false;
     const bool same = std::equal(word.begin(), word.end(), line.begin(), [](char want, char have) {
@@ -14,8 +12,6 @@ bool startsWithWord(std::string_view line, std::string_view word) {
     return same && (line.size() == word.size() ||
                     std::string_view(" \t\r\n\v\f").find(line[word.size()]) != line.npos);
 }
-
-}  // namespace
 
 BodyReader::BodyReader(FBuff& source, Lines lines) : source_(source), lines_(lines) {
     const std::string_view before = source.text().substr(0, source.getPosn());

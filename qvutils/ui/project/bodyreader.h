@@ -4,6 +4,10 @@
 
 #include "qvutils/common/blocks/textblock.h"
 
+/// Whether the line begins with the word, in capitals or small letters, and white space or nothing
+/// after it: so `begin` and `end` are told in the first place of a line.
+bool startsWithWord(std::string_view line, std::string_view word);
+
 /// Walks through a body that consists of child blocks, with comments and perhaps other lines
 /// between them:
 ///     body = { line | block } [ "end" … ]

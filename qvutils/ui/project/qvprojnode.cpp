@@ -79,6 +79,14 @@ qvNameSpace* qvProjectNode::GetNameSpace() {
     return root->namespace_.get();
 }
 
+void qvProjectNode::LeaveNameSpace() {
+    for (qvProjectNode* child : children_.list()) child->LeaveNameSpace();
+}
+
+void qvProjectNode::EnterNameSpace() {
+    for (qvProjectNode* child : children_.list()) child->EnterNameSpace();
+}
+
 void qvProjectNode::NotifyChanged() {
     if (qvProject* project = getRootProject()) project->dirty_ = true;
     source_.RaiseEvent(qvProjectEvent::changed, this);

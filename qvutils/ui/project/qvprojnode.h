@@ -86,6 +86,11 @@ public:
     /// Called a few children before WriteTB: a node whose data lie apart from it may ask the
     /// processor to fetch them.
     virtual void FetchAhead() const {}
+    /// While the body of a node is replaced, the variables that it and its subtree define are out of
+    /// the namespace; their nodes keep the definitions. They enter the namespace of the tree that
+    /// the node is now in.
+    virtual void LeaveNameSpace();
+    virtual void EnterNameSpace();
     /// Runs when the node and its subtree are complete.
     virtual void Prepare();
     /// Called once, after the node was named and before it is linked; false forbids it.

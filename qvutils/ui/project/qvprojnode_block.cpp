@@ -1,6 +1,7 @@
 // Reading and writing the blocks of nodes.
 
 #include <utility>
+#include <vector>
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/project/bodyreader.h"
@@ -36,6 +37,29 @@ void appendVerbatim(FBuff& buffer, const QVString& text) {
     buffer.Append(text.view());
     buffer.setBlockIndent(indent);
 }
+
+/// Over the loading of a body: what its first pass has entered into the namespace and no node has
+/// taken over goes again.
+class PreloadedVariables {
+public:
+    explicit PreloadedVariables(qvNameSpace* space)
+        : space_(space), first_(space ? space->getSize() : 0) {
+        if (space_) space_->PrepareToLoad();
+    }
+    void removeLeftOvers() const {
+        if (!space_) return;
+        std::vector<qvNamedVariable*> leftOver;
+        for (int i = first_; i < space_->getSize(); ++i) {
+            qvNamedVariable* variable = space_->GetVariable(i);
+            if (variable->IsPreloaded()) leftOver.push_back(variable);
+        }
+        for (qvNamedVariable* variable : leftOver) space_->Remove(variable);
+    }
+
+private:
+    qvNameSpace* space_;
+    int first_;
+};
 
 }  // namespace
 
@@ -102,24 +126,30 @@ bool qvProjectNode::ReadBlock(TextBlock& block) {
 }
 
 bool qvProjectNode::replaceBody(TextBlock& block) {
+    const bool hasOwnVariables = parent_ && parent_->isManager();
+    if (!hasOwnVariables) LeaveNameSpace();
     List<qvProjectNode*> children = children_.exchange({});
     KeptText kept = std::exchange(kept_, {});
     std::unique_ptr<qvNameSpace> variables;
-    const bool hasOwnVariables = parent_ && parent_->isManager();
     if (hasOwnVariables) variables = std::exchange(namespace_, std::make_unique<qvNameSpace>());
     const bool prepared = std::exchange(prepared_, false);
-    if (qvNameSpace* space = GetNameSpace()) space->PrepareToLoad();
+    const PreloadedVariables preloaded(GetNameSpace());
 
     const qvNodeGuard self(this);
     const bool read = loadBody(block);
+    if (self) preloaded.removeLeftOvers();
     if (read || !self) {
         destroy(std::move(children));
         return read;
     }
     destroy(children_.exchange(std::move(children)));
     kept_ = std::move(kept);
-    if (hasOwnVariables) namespace_ = std::move(variables);
     prepared_ = prepared;
+    if (hasOwnVariables) {
+        namespace_ = std::move(variables);
+    } else {
+        EnterNameSpace();
+    }
     return false;
 }
 

@@ -1,0 +1,35 @@
+#pragma once
+#include <functional>
+#include <string>
+#include <string_view>
+
+class TextBlock;
+
+/// One line of a body that consists of definitions, one a line:
+///     line = [ left "=" definition ] [ "//" comment ] | nested block
+/// Blank lines are not told.
+struct DefinitionLine {
+    enum Kind {
+        assignment,
+        other,     ///< a comment line or a line of a nested block
+        noEquals,  ///< neither
+    };
+    Kind kind;
+    std::string_view whole;       ///< with its blanks, comment and line end
+    std::string_view left;        ///< what stands before the "="; this and the next two without
+    std::string_view definition;  ///< blanks around them
+    std::string_view comment;     ///< from the blanks before its "//" to its end
+    /// For messages: the line without the blanks before it, with its end.
+    std::string told() const;
+};
+
+/// Calls `tell` for each line of the block's body.
+void forEachDefinitionLine(const TextBlock& block,
+                           const std::function<void(const DefinitionLine&)>& tell);
+
+/// The line of a definition, in a form that is read back as the same.
+std::string definitionLineText(std::string_view left, std::string_view definition,
+                               std::string_view comment);
+
+/// `line` with a line end.
+std::string withLineEnd(std::string_view line);
