@@ -39,10 +39,12 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 
 void QVNearestNames::offer(std::string_view candidate) {
     const std::size_t limit = std::max<std::size_t>(1, (name_.size() + 1) / 3);
-    const auto [shorter, longer] = std::minmax(name_.size(), candidate.size());
-    if (longer > longestComparedName || longer - shorter > limit) return;
+    const std::size_t n = name_.size();
+    const std::size_t m = candidate.size();
+    const std::size_t excess = n < m ? m - n : n - m;
+    if (std::max(n, m) > longestComparedName || excess > limit) return;
     const std::size_t distance = editDistance(name_, candidate);
-    if (distance > limit || distance >= name_.size()) return;
+    if (distance > limit || distance >= n) return;
     const auto further = [&](const Near& n) { return n.distance > distance; };
     near_.insert(std::find_if(near_.begin(), near_.end(), further),
                  {distance, std::string(candidate)});
