@@ -45,7 +45,7 @@ void QVNearestNames::offer(std::string_view candidate) {
     if (std::max(n, m) > longestComparedName || excess > limit) return;
     const std::size_t distance = editDistance(name_, candidate);
     if (distance > limit || distance >= n) return;
-    const auto further = [&](const Near& n) { return n.distance > distance; };
+    const auto further = [&](const Near& known) { return known.distance > distance; };
     near_.insert(std::find_if(near_.begin(), near_.end(), further),
                  {distance, std::string(candidate)});
     if (near_.size() > mostNames) near_.pop_back();
