@@ -2,6 +2,7 @@
 
 #include "qvutils/common/object/qvcommandfn.h"
 #include "qvutils/common/object/qvobject.h"
+#include "qvutils/common/object/qvpublishedparameters.h"
 #include "qvutils/common/text/qvnumber.h"
 
 void QVCommandElt::unalloc() {
@@ -152,6 +153,7 @@ void QVCommandElt::Assign(const char* text, const char* path) {
     } else {
         done = SetVal(text);
     }
+    if (done && qvIsParameterKind(kind_)) qvPublishedParameter(*this).TellFlaws();
     if (!done) qverr().setf("could not set \"%s\" to \"%s\"\n", path, text);
 }
 

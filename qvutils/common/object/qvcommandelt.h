@@ -90,7 +90,7 @@ public:
     bool SetVal(const char* text);
     /// SetVal from the text of an assignment, which a flag (a number, not 0 for true) and a
     /// character (one character) take too; posts "could not set \"%s\" to \"%s\"\n" with `path`
-    /// when that fails.
+    /// when that fails. The warnings about a parameter's formula are written at once.
     void Assign(const char* text, const char* path);
     /// The value as text; false for a kind without a text form.
     bool getValueText(QVString& text) const;

@@ -114,6 +114,40 @@ std::shared_ptr<void> copyObject(const Slot& slot) {
     return std::shared_ptr<QVObject>(at<QVObject>(slot).Clone());
 }
 
+template <class T>
+void writeParameter(const Slot& slot, QVString& text) {
+    text = numtoA(at<qvParameter<T>>(slot).GetValue());
+}
+
+// Without a namespace a formula would be lost, so it is refused.
+template <class T>
+bool readParameter(const Slot& slot, const char* text) {
+    auto& parameter = at<qvParameter<T>>(slot);
+    if (parameter.SetValue(QVString(text))) return true;
+    qvNameSpace* space = slot.parent ? slot.parent->GetNameSpace() : nullptr;
+    return (space || !*text) && parameter.SetExpression(space, text);
+}
+
+template <class T>
+bool setParameter(const Slot& slot, const Complex& number) {
+    T value;
+    qvComplexToNumber<T>(number, value);
+    at<qvParameter<T>>(slot).SetValue(value);
+    return true;
+}
+
+template <class T>
+constexpr qvKindInfo parameter(int kind, const char* typeName) {
+    using Parameter = qvParameter<T>;
+    return {kind,
+            typeName,
+            writeParameter<T>,
+            readParameter<T>,
+            setParameter<T>,
+            copyValue<Parameter>,
+            valueSize<Parameter>};
+}
+
 constexpr qvKindInfo none(int kind, const char* typeName = "<unknown type>") {
     return {kind, typeName, nullptr, nullptr, nullptr, nullptr, nullptr};
 }
@@ -137,10 +171,10 @@ constexpr qvKindInfo kinds[] = {
     {qvKindCharArray, "STRING", writeArray, readArray, nullptr, copyArray, arraySize},
     {qvKindString, "STRING", writeString, readString, nullptr, copyValue<QVString>, stringSize},
     {qvKindObject, "OBJECT", nullptr, nullptr, nullptr, copyObject, valueSize<QVObject>},
-    none(qvKindParameterInt, "INTEGER"),
-    none(qvKindParameterFloat, "FLOAT"),
-    none(qvKindParameterDouble, "FLOAT"),
-    none(qvKindParameterComplex, "COMPLEX"),
+    parameter<int>(qvKindParameterInt, "INTEGER"),
+    parameter<float>(qvKindParameterFloat, "FLOAT"),
+    parameter<double>(qvKindParameterDouble, "FLOAT"),
+    parameter<Complex>(qvKindParameterComplex, "COMPLEX"),
     none(qvKindMethod, "FUNCTION"),
 };
 

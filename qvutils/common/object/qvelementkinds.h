@@ -4,6 +4,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "qvutils/common/parameters/qvparameter.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/common/text/qvstring.h"
 
@@ -41,7 +42,16 @@ constexpr int qvKindOf() {
     if constexpr (std::is_same_v<T, std::complex<double>>) return qvKindComplex;
     if constexpr (std::is_same_v<T, QVString>) return qvKindString;
     if constexpr (std::is_base_of_v<QVObject, T>) return qvKindObject;
+    if constexpr (std::is_same_v<T, qvParameter<int>>) return qvKindParameterInt;
+    if constexpr (std::is_same_v<T, qvParameter<float>>) return qvKindParameterFloat;
+    if constexpr (std::is_same_v<T, qvParameter<double>>) return qvKindParameterDouble;
+    if constexpr (std::is_same_v<T, qvParameter<std::complex<double>>>)
+        return qvKindParameterComplex;
     return qvKindNone;
+}
+
+constexpr bool qvIsParameterKind(int kind) {
+    return kind >= qvKindParameterInt && kind <= qvKindParameterComplex;
 }
 
 /// Where a value of some kind lies.

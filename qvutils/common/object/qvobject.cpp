@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/object/qvpublishedparameters.h"
 
 const qvClassInfo QVObject::cinfo_QVObject("QVObject", nullptr, nullptr, qvCreateObject<QVObject>);
 
@@ -58,6 +59,7 @@ bool QVObject::findPublishedElt(std::string_view name, bool withTexts, QVCommand
     publishInto(request);
     qvPublishRequest* outer = request_;
     request_ = &request;
+    publishAnswers(request);
     PublishFn("objtype", &QVObject::objectType, "get the object type");
     request_ = outer;
     return request.found();
@@ -67,6 +69,18 @@ void QVObject::getChildList(List<QVCommandElt>& children, bool withTexts) {
     children.unalloc();
     qvPublishRequest request(withTexts, children);
     publishInto(request);
+    qvPublishRequest* outer = request_;
+    request_ = &request;
+    publishAnswers(request);
+    request_ = outer;
+}
+
+void QVObject::publishAnswers(const qvPublishRequest& request) {
+    if (!request.hasParameters()) return;
+    PublishFn("why", qvExplainParameter,
+              "( name ): get the formula of a parameter or variable with the values in it");
+    PublishFn("uses", qvParametersThatUse,
+              "( name ): get the parameters here whose formulas use a variable");
 }
 
 void QVObject::publishInto(qvPublishRequest& request) {

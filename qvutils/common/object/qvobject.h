@@ -80,7 +80,9 @@ public:
     /// One published element, empty when there is none of that name. `withTexts` also computes the
     /// help texts that are not fixed. Every object has the method objtype, which is found here and
     /// not listed: objtype() is the class name, objtype(MAINTYPE(qvProject)) is 1 when the class
-    /// named is this object's or one of its first bases, else 0.
+    /// named is this object's or one of its first bases, else 0. One that publishes parameters also
+    /// has, and lists, why(name), how the value of a parameter or variable comes about, and
+    /// uses(name), its parameters whose formulas use a variable.
     QVCommandElt getPublishedElt(const char* name, bool withTexts = false);
     bool findPublishedElt(std::string_view name, bool withTexts, QVCommandElt& element);
     void getChildList(List<QVCommandElt>& children, bool withTexts = false);
@@ -123,12 +125,13 @@ protected:
     // Called from OnPublish alone. Names and fixed help texts are literals, or last as long as the
     // object.
 
-    /// A value: bool, unsigned char, char, short, int, float, double, complex<double>, QVString.
+    /// A value: bool, unsigned char, char, short, int, float, double, complex<double>, QVString, or
+    /// a qvParameter, whose expressions are those of GetNameSpace().
     template <class T>
     void PublishVar(const char* name, T& var, const char* description, bool readOnly = false) {
         constexpr int kind = qvKindOf<T>();
         static_assert(kind != qvKindNone, "a variable of this type cannot be published");
-        if (!wants(name)) return;
+        if (!wants<kind>(name)) return;
         if constexpr (kind == qvKindObject)
             publishObject(name, var, description, readOnly);
         else
@@ -146,14 +149,14 @@ protected:
     template <class T>
     void PublishVar(const char* name, Array1d<T>& array, const char* description,
                     bool readOnly = false) {
-        if (!wants(name)) return;
+        if (!wants<qvKindOf<T>()>(name)) return;
         qvArray1dContainer<T> container(array);
         publishContainer(name, container, qvKindOf<T>(), 1, description, readOnly);
     }
     template <class T>
     void PublishVar(const char* name, Array2d<T>& array, const char* description,
                     bool readOnly = false) {
-        if (!wants(name)) return;
+        if (!wants<qvKindOf<T>()>(name)) return;
         qvArray2dContainer<T> container(array);
         publishContainer(name, container, qvKindOf<T>(), 2, description, readOnly);
     }
@@ -162,7 +165,7 @@ protected:
     template <class T>
     void PublishList(const char* name, List<T>& list, const char* description,
                      bool readOnly = false) {
-        if (!wants(name)) return;
+        if (!wants<qvKindOf<T>()>(name)) return;
         qvListContainer<T> container(list);
         publishContainer(name, container, container.getEntryKind(), 1, description, readOnly);
     }
@@ -225,6 +228,14 @@ private:
     bool wants(const char* name) const {
         return request_ ? request_->wants(name) : publishedOutsideOnPublish();
     }
+    /// The same for values of that kind.
+    template <int kind>
+    bool wants(const char* name) const {
+        if constexpr (qvIsParameterKind(kind)) {
+            if (request_) request_->noteParameter();
+        }
+        return wants(name);
+    }
     bool publishedOutsideOnPublish() const;
     void publishValue(const char* name, void* var, int kind, const char* description, bool readOnly,
                       int capacity);
@@ -247,6 +258,7 @@ private:
     void takeMethod(const char* name, QVCommandFNClass& method, const char* help,
                     const QVString* computedHelp);
     void publishInto(qvPublishRequest& request);
+    void publishAnswers(const qvPublishRequest& request);
     QVString objectType(const QVCommandArgList& args);
     void sendMessage1(int mode, const char* receiver, QVMessage& message);
     bool beginWalk();

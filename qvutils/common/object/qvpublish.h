@@ -99,6 +99,9 @@ public:
     /// Whether help texts that must be computed are asked for.
     bool wantsTexts() const { return withTexts_; }
     bool found() const { return found_; }
+    /// A parameter has been published, under whatever name.
+    void noteParameter() { parameters_ = true; }
+    bool hasParameters() const { return parameters_; }
     /// The empty element to be filled with what is published under a name that is wanted.
     QVCORE_API QVCommandElt& place();
 
@@ -106,6 +109,7 @@ private:
     std::string_view wanted_;
     bool withTexts_;
     bool found_ = false;
+    bool parameters_ = false;
     QVCommandElt* result_ = nullptr;
     List<QVCommandElt>* all_ = nullptr;
 };
