@@ -13,42 +13,65 @@ QVNameSource::~QVNameSource() = default;
 
 namespace {
 
-/// A use of a name, or the place where a loop introduces it; ranges of the text without blanks.
-struct NameUse {
-    int begin;
-    int end;
-};
-
-/// The uses of names that loops bind, and of those that come from outside, in the order of the
-/// text.
+/// The names in a formula and the loops that bind some of them. Ranges are those of the text
+/// without blanks.
 class NameUses {
 public:
+    static constexpr int noLoop = -1;
+    struct Use {
+        int begin;
+        int end;
+        int boundBy;  // the loop whose variable it is
+        int inside;   // the innermost loop around it
+    };
+    struct Loop {
+        int begin;
+        int end;
+        int around;
+    };
+
     explicit NameUses(std::string_view formula) : parser_(formula) {
         try {
             collect(parser_.parse());
         } catch (const Error&) {
+            uses.clear();
             collectWords();
         }
         std::sort(uses.begin(), uses.end(),
-                  [](const NameUse& a, const NameUse& b) { return a.begin < b.begin; });
+                  [](const Use& a, const Use& b) { return a.begin < b.begin; });
     }
 
-    std::string_view name(const NameUse& use) const { return text().view(use.begin, use.end); }
     const QVFormulaText& text() const { return parser_.text(); }
+    /// Of a use or of a loop's variable where it is introduced.
+    template <class Range>
+    std::string_view name(const Range& range) const {
+        return text().view(range.begin, range.end);
+    }
+    /// The innermost of this loop and those around it whose variable has the name.
+    int binding(int loop, std::string_view wanted) const {
+        while (loop != noLoop && name(at(loop)) != wanted) loop = at(loop).around;
+        return loop;
+    }
+    const Loop& at(int loop) const { return loops[static_cast<std::size_t>(loop)]; }
 
-    std::vector<NameUse> uses;
+    std::vector<Use> uses;  // in the order of the text
+    std::vector<Loop> loops;
 
 private:
     void collect(const std::vector<QVParsedElement>& elements) {
-        std::vector<std::string_view> loops;
+        int loop = noLoop;
         double number = 0;
         for (const QVParsedElement& e : elements) {
-            const std::string_view word = text().view(e.begin, e.end);
-            if (e.op == QVOp::loopBegin) loops.push_back(word);
-            if (e.op == QVOp::loopEnd) loops.pop_back();
-            if (e.op != QVOp::variable && e.op != QVOp::index) continue;
-            const bool bound = std::find(loops.begin(), loops.end(), word) != loops.end();
-            if (!bound && !qvReadFormulaNumber(word, number)) uses.push_back({e.begin, e.end});
+            if (e.op == QVOp::loopBegin) {
+                loops.push_back({e.begin, e.end, loop});
+                loop = static_cast<int>(loops.size()) - 1;
+            } else if (e.op == QVOp::loopEnd) {
+                loop = at(loop).around;
+            } else if (e.op == QVOp::variable || e.op == QVOp::index) {
+                const std::string_view word = text().view(e.begin, e.end);
+                if (qvReadFormulaNumber(word, number)) continue;
+                uses.push_back({e.begin, e.end, binding(loop, word), loop});
+            }
         }
     }
 
@@ -63,11 +86,84 @@ private:
             for (end = begin; inWord(end);) ++end;
             if (begin == end || std::isdigit(static_cast<unsigned char>(t[begin]))) continue;
             if (end < t.size() && t[end] == '(') continue;
-            if (!qvReadFormulaNumber(t.view(begin, end), number)) uses.push_back({begin, end});
+            if (qvReadFormulaNumber(t.view(begin, end), number)) continue;
+            uses.push_back({begin, end, noLoop, noLoop});
         }
     }
 
     QVFormulaParser parser_;
+};
+
+/// Names of a formula to be replaced, with those of the loops that would capture the new name.
+class Renaming {
+public:
+    Renaming(QVText formula, std::string_view from, std::string_view to)
+        : typed_(formula.view()), names_(typed_), renamed_(names_.loops.size()) {
+        for (const auto& use : names_.uses) {
+            if (!isMeant(use, from)) continue;
+            ++count;
+            const int captor = names_.binding(use.inside, to);
+            if (captor != NameUses::noLoop) renamed_[static_cast<std::size_t>(captor)] = true;
+        }
+        for (fresh_ = to; isUsed(fresh_);) fresh_ += '_';
+        replaceAll(from, to);
+    }
+
+    QVString text() {
+        std::sort(edits_.begin(), edits_.end(),
+                  [](const Edit& a, const Edit& b) { return a.position < b.position; });
+        std::string text;
+        std::size_t done = 0;
+        for (const Edit& edit : edits_) {
+            text += typed_.substr(done, edit.position - done);
+            text += edit.replacement;
+            done = edit.position + edit.length;
+        }
+        text += typed_.substr(done);
+        return QVString(std::string_view(text));
+    }
+
+    int count = 0;
+
+private:
+    struct Edit {
+        std::size_t position;
+        std::size_t length;
+        std::string_view replacement;
+    };
+
+    bool isMeant(const NameUses::Use& use, std::string_view from) const {
+        return use.boundBy == NameUses::noLoop && names_.name(use) == from;
+    }
+    bool isUsed(std::string_view name) const {
+        const auto same = [&](const auto& range) { return names_.name(range) == name; };
+        return std::any_of(names_.uses.begin(), names_.uses.end(), same) ||
+               std::any_of(names_.loops.begin(), names_.loops.end(), same);
+    }
+    void replaceAll(std::string_view from, std::string_view to) {
+        for (const auto& use : names_.uses) {
+            if (isMeant(use, from)) {
+                replace(use, to);
+            } else if (use.boundBy >= 0 && renamed_[static_cast<std::size_t>(use.boundBy)]) {
+                replace(use, fresh_);
+            }
+        }
+        for (std::size_t i = 0; i < renamed_.size(); ++i) {
+            if (renamed_[i]) replace(names_.loops[i], fresh_);
+        }
+    }
+    template <class Range>
+    void replace(const Range& range, std::string_view replacement) {
+        const QVFormulaFault place = names_.text().faultAt(range.begin, range.end);
+        edits_.push_back({static_cast<std::size_t>(place.column),
+                          static_cast<std::size_t>(place.length), replacement});
+    }
+
+    std::string_view typed_;
+    NameUses names_;
+    std::vector<bool> renamed_;  // the loops whose variable changes
+    std::string fresh_;
+    std::vector<Edit> edits_;
 };
 
 constexpr int widestShown = 70;
@@ -99,25 +195,17 @@ std::pair<int, int> windowAround(std::string_view text, int column, int length) 
 void qvForEachName(QVText formula,
                    const std::function<void(QVText name, int position, int length)>& callback) {
     const NameUses names(formula.view());
-    for (const NameUse& use : names.uses) {
+    for (const auto& use : names.uses) {
+        if (use.boundBy != NameUses::noLoop) continue;
         const QVFormulaFault place = names.text().faultAt(use.begin, use.end);
         callback(names.name(use), place.column, place.length);
     }
 }
 
 QVString qvRenameInFormula(QVText formula, QVText from, QVText to, int& count) {
-    count = 0;
-    std::string renamed;
-    std::size_t done = 0;
-    qvForEachName(formula, [&](QVText name, int position, int length) {
-        if (name.view() != from.view()) return;
-        renamed += formula.view().substr(done, static_cast<std::size_t>(position) - done);
-        renamed += to.view();
-        done = static_cast<std::size_t>(position + length);
-        ++count;
-    });
-    renamed += formula.view().substr(done);
-    return QVString(std::string_view(renamed));
+    Renaming renaming(formula, from.view(), to.view());
+    count = renaming.count;
+    return count == 0 ? QVString(formula.view()) : renaming.text();
 }
 
 QVString qvShowFault(QVText formula, const QVFormulaFault& fault) {

@@ -40,8 +40,8 @@ QVCORE_API void qvForEachName(
     QVText formula, const std::function<void(QVText name, int position, int length)>& callback);
 
 /// The formula with the name `from` replaced by `to` wherever the formula refers to it, the rest
-/// untouched; `count` is how often. A loop variable that would capture the new name is not looked
-/// for.
+/// untouched; `count` is how often. The variable of a sum that would capture the new name is
+/// renamed as well: `b` for `a` in "sum(b=1:3,a*b)" gives "sum(b_=1:3,b*b_)".
 QVCORE_API QVString qvRenameInFormula(QVText formula, QVText from, QVText to, int& count);
 
 /// Where a formula failed: `column` counts from 0 in the text as typed, blanks included; -1 when
