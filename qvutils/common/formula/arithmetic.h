@@ -3,7 +3,8 @@
 #include "qvutils/common/formula/formulamath.h"
 
 /// The operators of formulas on the values the interpreter works with: double, complex<double> and
-/// the dual numbers of both. T is the type of a program's constants.
+/// the dual numbers of both. T is the type of a program's constants. Functions that are not inlined
+/// take values, not references: a reference would force the accumulator into memory.
 namespace qvformula {
 
 template <class T>
@@ -93,9 +94,9 @@ struct Div {
 };
 
 template <class T>
-QVDual<T> pow(const QVDual<T>& base, const QVDual<T>& exponent);
-extern template QVDual<double> pow(const QVDual<double>&, const QVDual<double>&);
-extern template QVDual<Complex> pow(const QVDual<Complex>&, const QVDual<Complex>&);
+QVDual<T> pow(QVDual<T> base, QVDual<T> exponent);
+extern template QVDual<double> pow(QVDual<double>, QVDual<double>);
+extern template QVDual<Complex> pow(QVDual<Complex>, QVDual<Complex>);
 
 struct Pow {
     template <class V>

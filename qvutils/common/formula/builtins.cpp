@@ -419,21 +419,21 @@ std::span<const QVBuiltin<Complex>> qvBuiltins<Complex>() {
 namespace qvformula {
 
 template <class T>
-QVDual<T> pow(const QVDual<T>& base, const QVDual<T>& exponent) {
+QVDual<T> pow(QVDual<T> base, QVDual<T> exponent) {
     const QVDual<T> arguments[] = {base, exponent};
     const T value = pow(base.value, exponent.value);
     return {value, powSlope(arguments, 2, value)};
 }
 
 template <class T>
-QVDual<T> abs(const QVDual<T>& a) {
+QVDual<T> abs(QVDual<T> a) {
     const T value = abs(a.value);
     return {value, absSlope(&a, 1, value)};
 }
 
-template QVDual<double> pow(const QVDual<double>&, const QVDual<double>&);
-template QVDual<Complex> pow(const QVDual<Complex>&, const QVDual<Complex>&);
-template QVDual<double> abs(const QVDual<double>&);
-template QVDual<Complex> abs(const QVDual<Complex>&);
+template QVDual<double> pow(QVDual<double>, QVDual<double>);
+template QVDual<Complex> pow(QVDual<Complex>, QVDual<Complex>);
+template QVDual<double> abs(QVDual<double>);
+template QVDual<Complex> abs(QVDual<Complex>);
 
 }  // namespace qvformula

@@ -25,10 +25,38 @@ template <class T>
 QVExpression<T>::QVExpression() : registry_(&QVFuncParser<T>::TheFuncParser) {}
 
 template <class T>
-QVExpression<T>::QVExpression(const QVExpression& other) = default;
+QVExpression<T>::QVExpression(const QVExpression& other)
+    : text_(other.text_), registry_(other.registry_), parameters_(other.parameters_),
+      names_(other.names_), boundsCheck_(other.boundsCheck_), program_(other.program_),
+      fault_(other.fault_), unknown_(other.unknown_),
+      unknownIsFunction_(other.unknownIsFunction_) {
+    bindScalars();
+}
 
 template <class T>
-QVExpression<T>& QVExpression<T>::operator=(const QVExpression& other) = default;
+QVExpression<T>& QVExpression<T>::operator=(const QVExpression& other) {
+    if (this == &other) return *this;
+    text_ = other.text_;
+    registry_ = other.registry_;
+    parameters_ = other.parameters_;
+    names_ = other.names_;
+    boundsCheck_ = other.boundsCheck_;
+    program_ = other.program_;
+    fault_ = other.fault_;
+    unknown_ = other.unknown_;
+    unknownIsFunction_ = other.unknownIsFunction_;
+    bindScalars();
+    return *this;
+}
+
+/// Looks the parameters of the program up in this expression's own list.
+template <class T>
+void QVExpression<T>::bindScalars() {
+    scalars_.clear();
+    if (!program_) return;
+    scalars_.reserve(program_->scalars.size());
+    for (const int number : program_->scalars) scalars_.push_back(&parameters_[number + 1]);
+}
 
 template <class T>
 QVExpression<T>::~QVExpression() = default;
@@ -113,6 +141,7 @@ void QVExpression<T>::CompileB() {
         throw;
     }
     program_ = std::make_shared<const QVProgram<T>>(list);
+    bindScalars();
 }
 
 template <class T>

@@ -47,7 +47,7 @@ double pow(double base, double exponent) {
     return base < 0 && odd ? -power : power;
 }
 
-Complex pow(const Complex& base, const Complex& exponent) {
+Complex pow(Complex base, Complex exponent) {
     if (!isReal(exponent)) {
         if (base == 0.0 && exponent.real() > 0) return 0;
         return std::exp(exponent * ln(base));

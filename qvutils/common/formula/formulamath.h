@@ -60,7 +60,7 @@ T divide(const T& a, const T& b) {
 }
 
 double pow(double base, double exponent);
-Complex pow(const Complex& base, const Complex& exponent);
+Complex pow(Complex base, Complex exponent);
 /// The powers that are multiplied out: x*x is correctly rounded, the others are within 1.5 units in
 /// the last place.
 template <class T>

@@ -37,7 +37,7 @@
     X(Neg) X(NegF) X(Square) X(Cube) X(Fourth) X(Sqrt) X(Abs)                               \
     X(CallUnary)  /* function n of the accumulator */                                       \
     X(Call)       /* function n of y arguments in the slots from x on */                    \
-    X(Index)      /* element of vector n */                                                 \
+    X(Index)      /* element of vector parameter x */                                       \
     X(Jump) X(JumpUnless)  /* to instruction x; when the accumulator is 0 */                \
     X(LoopBegin)  /* state n: from F[x] to the accumulator; slots y and y + 1 hold the */   \
                   /* variable and the result; z is 1 for a sum, 2 for a product */          \

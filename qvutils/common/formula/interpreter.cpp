@@ -32,10 +32,31 @@ void QVLoopBudget::poll() {
     if (qvRunSignal::killRequested()) qvThrowError("evaluation stopped\n");
 }
 
+template <class T>
+QVVectorView<T> QVRun<T>::vector(int number) const {
+    const QVParameterOf<T>& p = parameters[number + 1];
+    if (arguments) return {&arguments->first(number), p.lo, p.hi, &p.name};
+    const int last = p.lo + p.value.get_dim() - 1;
+    return {p.value.begin(), p.lo, std::min(p.hi, last), &p.name};
+}
+
+template <class T>
+void QVRun<T>::report(const Error& failure, const QVProgram<T>& program,
+                      std::ptrdiff_t instruction) {
+    const QVSpot& spot = program.spots[static_cast<std::size_t>(instruction)];
+    error = failure;
+    fault = {spot.position, spot.length, {}};
+}
+
+template struct QVRun<double>;
+template struct QVRun<std::complex<double>>;
+
 namespace qvformula {
 
 template <class T>
-T element(const QVVectorView<T>& vector, const T& index, bool boundsCheck) {
+T element(const QVRun<T>& run, int parameter, T index) {
+    const QVVectorView<T> vector = run.vector(parameter);
+    const bool boundsCheck = run.boundsCheck;
     const double i = std::trunc(realOnly(index, "[]"));
     if (!(i >= vector.lo && i <= vector.hi)) {
         if (boundsCheck && std::fabs(i) <= 2147483647) {
@@ -63,7 +84,7 @@ T readName(QVNameSource* source, const QVNameHandle& handle) {
 }
 
 template <class T>
-double loopBound(const T& bound, QVLoopKind kind) {
+double loopBound(T bound, QVLoopKind kind) {
     const char* name = kind == QVLoopKind::sum ? "sum" : "prod";
     const double value = std::trunc(realOnly(bound, name));
     if (!(std::fabs(value) <= largestBound)) {
@@ -89,12 +110,12 @@ QVDual<T> call(const FuncDataElt<T>& f, const QVDual<T>* arguments, int count) {
     return {value, f.facts->slope(arguments, count, value)};
 }
 
-template double element(const QVVectorView<double>&, const double&, bool);
-template Complex element(const QVVectorView<Complex>&, const Complex&, bool);
+template double element(const QVRun<double>&, int, double);
+template Complex element(const QVRun<Complex>&, int, Complex);
 template double readName(QVNameSource*, const QVNameHandle&);
 template Complex readName(QVNameSource*, const QVNameHandle&);
-template double loopBound(const double&, QVLoopKind);
-template double loopBound(const Complex&, QVLoopKind);
+template double loopBound(double, QVLoopKind);
+template double loopBound(Complex, QVLoopKind);
 template QVDual<double> call(const FuncDataElt<double>&, const QVDual<double>*, int);
 template QVDual<Complex> call(const FuncDataElt<Complex>&, const QVDual<Complex>*, int);
 

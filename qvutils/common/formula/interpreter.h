@@ -4,6 +4,7 @@
 
 #include "qvutils/common/formula/arithmetic.h"
 #include "qvutils/common/formula/program.h"
+#include "qvutils/common/formula/qvfnparserComm.h"
 
 /// The value range of a vector parameter.
 template <class T>
@@ -31,26 +32,52 @@ private:
     int untilPoll_ = 4096;
 };
 
-/// What a run of a program needs besides its frame.
+/// What a run of a program needs besides it: where the values of the parameters are, and where a
+/// failure goes.
 template <class T>
 struct QVRun {
-    const QVVectorView<T>* vectors = nullptr;
-    QVNameSource* names = nullptr;
-    bool boundsCheck = true;
-    QVLoopBudget budget;
-    int failedAt = -1;  // the instruction that threw
+    QVRun(const List<QVParameterOf<T>>& all, const std::vector<const QVParameterOf<T>*>& used,
+          const QVArguments<T>* values, QVNameSource* source, bool checkBounds, Error& errorOut,
+          QVFormulaFault& faultOut)
+        : parameters(all), scalars(used), arguments(values), names(source),
+          boundsCheck(checkBounds), error(errorOut), fault(faultOut) {}
+
+    const List<QVParameterOf<T>>& parameters;
+    const std::vector<const QVParameterOf<T>*>& scalars;
+    const QVArguments<T>* arguments;  // hold the values in place of the parameters when not null
+    QVNameSource* names;
+    bool boundsCheck;
+    Error& error;
+    QVFormulaFault& fault;
+    int variable = -1;  // of a derivative: its place among the program's scalars
+
+    /// Writes the values of the parameters to the slots from `slot` on.
+    template <class V>
+    void fill(V* slot, const std::vector<int>& numbers) const {
+        V* const first = slot;
+        if (arguments) {
+            for (const int number : numbers) *slot++ = V(arguments->first(number));
+        } else {
+            for (const QVParameterOf<T>* p : scalars) *slot++ = V(*p->value.begin());
+        }
+        if constexpr (!std::is_same_v<V, T>) {
+            if (variable >= 0) first[variable].slope = T(1);
+        }
+    }
+    QVVectorView<T> vector(int number) const;
+    void report(const Error& failure, const QVProgram<T>& program, std::ptrdiff_t instruction);
 };
 
 namespace qvformula {
 
-/// The element of a vector at an index that is not checked yet.
+/// The element of a vector parameter at an index that is not checked yet.
 template <class T>
-T element(const QVVectorView<T>& vector, const T& index, bool boundsCheck);
+T element(const QVRun<T>& run, int parameter, T index);
 template <class T>
 T readName(QVNameSource* source, const QVNameHandle& handle);
 /// A bound of a sum or product as an integer.
 template <class T>
-double loopBound(const T& bound, QVLoopKind kind);
+double loopBound(T bound, QVLoopKind kind);
 
 template <class T>
 T call(const FuncDataElt<T>& f, const T* arguments, int count) {
@@ -60,11 +87,11 @@ template <class T>
 QVDual<T> call(const FuncDataElt<T>& f, const QVDual<T>* arguments, int count);
 
 template <class T>
-T callUnary(const FuncDataElt<T>& f, const T& x) {
+T callUnary(const FuncDataElt<T>& f, T x) {
     return f.facts->unary(x);
 }
 template <class T>
-QVDual<T> callUnary(const FuncDataElt<T>& f, const QVDual<T>& x) {
+QVDual<T> callUnary(const FuncDataElt<T>& f, QVDual<T> x) {
     return call(f, &x, 1);
 }
 
@@ -74,7 +101,7 @@ QVDual<T> sqrt(const QVDual<T>& a) {
     return {root, qvChain(a.slope, T(0.5) / root)};
 }
 template <class T>
-QVDual<T> abs(const QVDual<T>& a);
+QVDual<T> abs(QVDual<T> a);
 
 struct Loop {
     double left;
@@ -86,16 +113,21 @@ struct Loop {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-/// Runs a program over a frame whose parameter slots are filled. V is T or QVDual<T>. Throws an
-/// Error when the formula has no value; run.failedAt is then the instruction.
+/// Runs a program; V is T or QVDual<T>. When the formula has no value the failure is reported and
+/// the result 0. All is in this one function, for calls cost as much as a dozen instructions do. The
+/// frame lies on the machine's stack: an evaluation takes no memory elsewhere.
 template <class V, class T>
-V execute(const QVProgram<T>& program, V* F, QVRun<T>& run) {
+V execute(const QVProgram<T>& program, QVRun<T>& run) {
     static const void* const labels[] = {
 #define QV_LABEL(name) &&label##name,
         QV_INSTRUCTIONS(QV_LABEL)
 #undef QV_LABEL
     };
     Loop loops[qvDeepestLoop];
+    QVLoopBudget budget;
+    V* const F = static_cast<V*>(
+        __builtin_alloca(static_cast<std::size_t>(program.frameSize) * sizeof(V)));
+    run.fill(F + 1, program.scalars);
     const QVInstruction<T>* const code = program.code.data();
     const QVInstruction<T>* ip = code;
     V acc{};
@@ -170,7 +202,7 @@ V execute(const QVProgram<T>& program, V* F, QVRun<T>& run) {
         QV_CASE(Abs, acc = abs(acc))
         QV_CASE(CallUnary, acc = callUnary(*program.calls[ip->n], acc))
         QV_CASE(Call, acc = call(*program.calls[ip->n], F + ip->x, ip->y))
-        QV_CASE(Index, acc = V(element(run.vectors[ip->n], plain(acc), run.boundsCheck)))
+        QV_CASE(Index, acc = V(element(run, ip->x, plain(acc))))
     labelJump:
         ip = code + ip->x;
         QV_GO;
@@ -179,14 +211,15 @@ V execute(const QVProgram<T>& program, V* F, QVRun<T>& run) {
         QV_GO;
     labelLoopBegin: {
         const auto kind = static_cast<QVLoopKind>(ip->z);
-        const double from = loopBound(plain(F[ip->x]), kind);
         const double to = loopBound(plain(acc), kind);
+        const double from = loopBound(plain(F[ip->x]), kind);
         Loop& loop = loops[ip->n];
         loop.left = std::fabs(to - from) + 1;
         loop.step = to >= from ? 1 : -1;
-        run.budget.take(loop.left);
+        budget.take(loop.left);
         F[ip->y] = V(T(from));
         F[ip->y + 1] = V(T(kind == QVLoopKind::sum ? 0 : 1));
+        acc = V();  // so that it need not survive the calls above: it stays in a register
         ++ip;
         QV_GO;
     }
@@ -194,21 +227,21 @@ V execute(const QVProgram<T>& program, V* F, QVRun<T>& run) {
         Loop& loop = loops[ip->n];
         V& total = F[ip->y + 1];
         total = static_cast<QVLoopKind>(ip->z) == QVLoopKind::sum ? total + acc : total * acc;
-        run.budget.round();
+        budget.round();
+        acc = total;
         if (--loop.left > 0) {
             F[ip->y] = F[ip->y] + V(T(loop.step));
             ip = code + ip->x;
         } else {
-            acc = total;
             ++ip;
         }
         QV_GO;
     }
     labelEnd:
         return acc;
-    } catch (...) {
-        run.failedAt = static_cast<int>(ip - code);
-        throw;
+    } catch (const Error& failure) {
+        run.report(failure, program, ip - code);
+        return V();
     }
 
 #undef QV_GO

@@ -425,8 +425,7 @@ template <class T>
 void Builder<T>::index(int parameter) {
     toAccumulator();
     pop();
-    program_.vectors.push_back(parameter);
-    emit({QVCode::Index, static_cast<std::uint16_t>(program_.vectors.size() - 1)});
+    emit({QVCode::Index, 0, parameter});
     pushAccumulator();
 }
 

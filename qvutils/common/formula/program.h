@@ -24,7 +24,6 @@ public:
     std::vector<QVInstruction<T>> code;
     std::vector<QVSpot> spots;  ///< one per instruction
     std::vector<int> scalars;   ///< the parameters, from 0, in the slots from 1 on
-    std::vector<int> vectors;   ///< the parameters, from 0, that instructions index
     std::vector<const FuncDataElt<T>*> calls;
     std::vector<QVNameHandle> names;
     int frameSize = 0;

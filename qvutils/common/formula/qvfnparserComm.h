@@ -64,12 +64,17 @@ public:
 
 private:
     friend class QVExpression<T>;
+    friend struct QVRun<T>;
     struct Shape {
         int lo;
         int hi;
         int offset;  // of the first value in values_
     };
     int place(int parameter, const int* index) const;
+    /// The value of a scalar, the first one of a vector, for a parameter counted from 0.
+    const T& first(int parameter) const {
+        return values_[static_cast<std::size_t>(shapes_[static_cast<std::size_t>(parameter)].offset)];
+    }
 
     std::vector<Shape> shapes_;
     std::vector<T> values_;
@@ -111,7 +116,8 @@ public:
     /// Appends a parameter; a scalar unless hi >= lo.
     void DeclareParam(QVText name, QVText description, int lo = 0, int hi = -1);
 
-    /// The parameters, for the caller to write their values. Name and bounds stay as declared.
+    /// The parameters, for the caller to write their values. Names and bounds stay as declared, and
+    /// the list keeps its elements while the expression is compiled.
     List<QVParameterOf<T>>& getNameSpace() { return parameters_; }
     const List<QVParameterOf<T>>& getNameSpace() const { return parameters_; }
     /// The position of a parameter, 0 when there is none of that name.
@@ -156,9 +162,10 @@ public:
 
 private:
     void CompileB();
-    T EvaluateB(QVRun<T>& run) const;
-    T EvaluateWith(const QVArguments<T>& arguments, int parameter, T* derivative,
-                   Error& error) const;
+    void bindScalars();
+    bool mayEvaluate(const QVArguments<T>* arguments, Error& error) const;
+    bool mayDerive(int parameter, Error& error) const;
+    T deriveWith(QVRun<T>& run, int parameter, T& derivative) const;
 
     QVString text_;
     const QVFuncParser<T>* registry_;
@@ -166,6 +173,7 @@ private:
     QVNameSource* names_ = nullptr;
     bool boundsCheck_ = true;
     std::shared_ptr<const QVProgram<T>> program_;
+    std::vector<const QVParameterOf<T>*> scalars_;  // those in the program's slots
     mutable QVFormulaFault fault_;
     // The name that was not found, until near names were looked up.
     QVString unknown_;
