@@ -1,0 +1,36 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+
+#include "qvutils/common/platform/clock.h"
+
+/// Where the time of the task service goes, in nanoseconds. Not for use outside this room.
+struct qvTaskTimers {
+    std::atomic<bool> enabled = false;
+    std::atomic<std::int64_t> start = 0;
+    std::atomic<std::int64_t> running = 0;
+    std::atomic<std::int64_t> waiting = 0;
+    std::atomic<std::int64_t> idle = 0;
+
+    static qvTaskTimers& instance();
+};
+
+/// Adds the time from its construction to its destruction, if timers are enabled at the former.
+class qvTimeSpan {
+public:
+    explicit qvTimeSpan(std::atomic<std::int64_t> qvTaskTimers::* sum) : sum_(sum) {
+        if (qvTaskTimers::instance().enabled.load(std::memory_order_relaxed)) {
+            start_ = qvplatform::monotonicNanoseconds();
+        }
+    }
+    ~qvTimeSpan() {
+        if (start_ < 0) return;
+        (qvTaskTimers::instance().*sum_) += qvplatform::monotonicNanoseconds() - start_;
+    }
+    qvTimeSpan(const qvTimeSpan&) = delete;
+    qvTimeSpan& operator=(const qvTimeSpan&) = delete;
+
+private:
+    std::atomic<std::int64_t> qvTaskTimers::* sum_;
+    std::int64_t start_ = -1;
+};
