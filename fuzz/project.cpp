@@ -9,6 +9,7 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/nodes/qvparametersnode.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 
@@ -50,7 +51,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const bool ready = [] {
         registerProjectNode();
         registerNotesNode();
-    registerVariablesNode();
+        registerVariablesNode();
+        registerParametersNode();
         setOutputHook([](int, const char*) {});
         return true;
     }();

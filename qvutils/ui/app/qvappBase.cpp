@@ -7,6 +7,7 @@
 #include "qvutils/common/platform/process.h"
 #include "qvutils/common/statefiles/sfhandler.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/nodes/qvparametersnode.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 
@@ -21,6 +22,7 @@ qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& com
     registerProjectNode();
     registerNotesNode();
     registerVariablesNode();
+    registerParametersNode();
     SFHandler::InitialiseCacheDir(SFHandler::privateCacheDir().Chars());
     getProjectManager().setServices(this);
     commands_.setRoot(this);

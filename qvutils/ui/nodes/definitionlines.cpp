@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "qvutils/common/blocks/textblock.h"
+#include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/project/bodyreader.h"
 
 namespace {
@@ -69,9 +70,15 @@ std::string definitionLineText(std::string_view left, std::string_view definitio
     const bool isKeyword = startsWithWord(left, "begin") || startsWithWord(left, "end");
     line += isKeyword ? "= " : " = ";
     line += definition;
+    line += comment;
     std::replace(line.begin(), line.end(), '\n', ' ');
     std::replace(line.begin(), line.end(), '\r', ' ');
-    line += comment;
     line += '\n';
     return line;
+}
+
+bool refuseComment(std::string_view formula) {
+    if (formula.find("//") == formula.npos) return false;
+    qverr().set("a formula cannot have \"//\", which begins a comment in the project file\n");
+    return true;
 }

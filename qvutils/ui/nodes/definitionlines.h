@@ -31,5 +31,8 @@ void forEachDefinitionLine(const TextBlock& block,
 std::string definitionLineText(std::string_view left, std::string_view definition,
                                std::string_view comment);
 
-/// `line` with a line end.
+/// The line with a line end.
 std::string withLineEnd(std::string_view line);
+
+/// Posts an error for a formula that the line would lose: one with "//" in it.
+bool refuseComment(std::string_view formula);

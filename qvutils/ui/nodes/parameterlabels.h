@@ -1,26 +1,31 @@
 #pragma once
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "qvutils/ui/project/qvprojnode.h"
 
 class qvNamedVariable;
 
-/// What a user calls the expressions that the objects of a project hold: the path of the node below
-/// the project, then the names under which they are published, as in "ring/coupler.gap".
+/// The formulas that the objects of a project hold, in the order of the tree, and what a user calls
+/// them: the path of the node below the project, then the names under which they are published, as
+/// in "ring/coupler.gap".
 class ParameterLabels {
 public:
+    struct Labelled {
+        std::string label;
+        qvNamedVariable* formula;
+    };
     explicit ParameterLabels(qvProjectNode& root) { addNode(root); }
 
-    /// Empty for a variable that is nobody's published parameter.
-    QVString of(const qvNamedVariable& variable) const;
+    std::vector<Labelled>::const_iterator begin() const { return all_.begin(); }
+    std::vector<Labelled>::const_iterator end() const { return all_.end(); }
 
 private:
     static constexpr int maxDepth = 8;  ///< of objects within objects
 
     void addNode(qvProjectNode& node);
     void addObject(QVObject& object, const std::string& label, int depth);
-    void addElement(const QVCommandElt& element, const std::string& label, int depth);
+    void addSubObject(QVObject* object, const std::string& label, int depth);
 
-    std::unordered_map<const qvNamedVariable*, std::string> labels_;
+    std::vector<Labelled> all_;
 };

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
+#include "qvutils/ui/nodes/definitionlines.h"
 #include "qvutils/ui/nodes/parameterlabels.h"
 #include "qvutils/ui/nodes/qvnodevariable.h"
 
@@ -145,11 +147,7 @@ void qvVariablesNode::LowerVariable(const QVString& name) {
 
 void qvVariablesNode::SetVariable(const QVString& name, const QVString& expression) {
     qvNodeVariable* variable = find(name, " not in this variables node\n");
-    if (!variable) return;
-    if (expression.view().find("//") != std::string_view::npos) {
-        qverr().set("a formula cannot have \"//\", which begins a comment in the project file\n");
-        return;
-    }
+    if (!variable || refuseComment(expression.view())) return;
     if (!variable->SetValueOrExpression(expression)) return;
     if (!variable->IsValue() && isFlawed(expression, *variable)) variable->GetValue();
     NotifyChanged();
@@ -167,13 +165,18 @@ QVString qvVariablesNode::Why(const QVString& name) {
 
 QVString qvVariablesNode::Uses(const QVString& name) {
     if (!find(name, " not in this variables node\n")) return {};
-    const ParameterLabels labels(*getRootProjectNode());
     QVString text;
+    std::unordered_map<const qvNamedVariable*, bool> direct;
+    const auto tell = [&](const QVString& label, const qvNamedVariable& user) {
+        text += label + " = " + user.GetExpression();
+        text += direct.at(&user) ? "\n" : "  (indirectly)\n";
+    };
     for (const qvNameSpace::Use& use : GetNameSpace()->UsersOf(name)) {
-        QVString label = use.variable->GetName();
-        if (label.Empty()) label = labels.of(*use.variable);
-        text += label.Empty() ? "(unnamed)" : label;
-        text += " = " + use.variable->GetExpression() + (use.direct ? "\n" : "  (indirectly)\n");
+        direct.emplace(use.variable, use.direct);
+        if (!use.variable->IsTemporary()) tell(use.variable->GetName(), *use.variable);
+    }
+    for (const auto& [label, formula] : ParameterLabels(*getRootProjectNode())) {
+        if (direct.count(formula)) tell(label.c_str(), *formula);
     }
     return text.Empty() ? "nothing uses " + name + "\n" : text;
 }
