@@ -118,10 +118,9 @@ private:
                     const Gradients& gradients, std::vector<double>& work) const;
     void clear();
     int segmentOf(double x) const;
+    double value(const Column& column, double x) const;
     template <class Kind>
     double calc(const Column& column, double x) const;
-    template <class Kind>
-    double calcSlowly(const Column& column, double x) const;
     template <class Kind>
     double at(const Column& column, int k, double x) const;
 
@@ -131,8 +130,8 @@ private:
     Gradients gradients1_;
     Gradients gradients2_;
     CSplineIndex index_;
-    /// Between these the segment can be looked up and used without further checks; an empty range
-    /// when nothing is loaded or two points have the same x.
+    /// Between these a value can be calculated without further checks; an empty range when nothing
+    /// is loaded or two points have the same x.
     double easyFrom_ = 0;
     double easyTo_ = 0;
     bool ready_ = false;
@@ -159,7 +158,7 @@ public:
     bool IsReady() const { return ready_; }
 
 private:
-    bool refuse(const char* message);
+    void clear();
     const CSpline* locate(double& x) const;
 
     int wanted_ = 0;
