@@ -1,6 +1,8 @@
 #include "qvutils/common/variables/qvnamedvariable.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
@@ -14,9 +16,11 @@ namespace {
 std::atomic<std::uint64_t> lastSerial = 0;
 
 /// What formulas read as a number although it looks like a name.
-bool readsAsNumber(QVString name) {
-    name.Downcase();
-    return name == "inf" || name == "infinity" || name == "nan";
+bool readsAsNumber(const QVString& name) {
+    const char* numbers[] = {"inf", "infinity", "nan"};
+    return std::any_of(std::begin(numbers), std::end(numbers), [&](const char* number) {
+        return name.CompareTo(number, QVString::ignoreCase) == 0;
+    });
 }
 
 bool sameBits(const std::complex<double>& a, const std::complex<double>& b) {
@@ -128,9 +132,11 @@ bool qvNamedVariable::IsNameUnique(const QVString& name) const {
 }
 
 bool qvNamedVariable::SetName(const QVString& name) {
-    const auto allowed = [&] { return name.Empty() || (IsNameValid(name) && IsNameUnique(name)); };
-    if (name == GetName()) return true;
-    if (!allowed()) return false;
+    {
+        const Locked lock(*this);
+        if (name_ == name) return true;
+        if (!name.Empty() && !(IsNameValid(name) && IsNameUnique(name))) return false;
+    }
     bool stored = false;
     change([&] {
         // A listener or another thread may have taken the name.
@@ -145,10 +151,10 @@ bool qvNamedVariable::SetName(const QVString& name) {
 
 void qvNamedVariable::storeName(const QVString& name) {
     const bool entered = space_ && !(flags_ & (temporary | property));
-    if (entered && !name_.Empty()) space_->names_.erase(name_.view());
+    if (entered && !name_.Empty()) space_->names_.remove(name_.view());
     name_ = name;
     if (!space_) return;
-    if (entered && !name_.Empty()) space_->names_.emplace(name_.view(), this);
+    if (entered && !name_.Empty()) space_->names_.add(name_.view(), this);
     space_->clock_.tickNames();
     nameTime_ = space_->GetPseudoTime();
 }

@@ -73,10 +73,7 @@ qvNamedVariable* qvNameSpace::GetVariable(int index) {
 }
 
 qvNamedVariable* qvNameSpace::findOwn(QVText name) const {
-    if (name.Length()) {
-        const auto found = names_.find(name.view());
-        return found == names_.end() ? nullptr : found->second;
-    }
+    if (name.Length()) return names_.find(name.view());
     for (int i = 0; i < variables_.Size(); ++i) {
         if (variables_[i] && variables_[i]->name_.Empty()) return variables_[i];
     }
@@ -174,7 +171,7 @@ void qvNameSpace::enter(qvNamedVariable* variable) {
         compact();
         variable->index_ = variables_.Add(variable);
         ++size_;
-        if (!variable->name_.Empty()) names_.emplace(variable->name_.view(), variable);
+        if (!variable->name_.Empty()) names_.add(variable->name_.view(), variable);
         clock_.tickNames();
     }
     raise(qvNameSpaceEvent::added, variable);
@@ -194,7 +191,7 @@ void qvNameSpace::leave(qvNamedVariable* variable) {
         exitfn("Variable \"%s\" was removed by a function that a formula calls\n",
                variable->name_.Chars());
     }
-    if (!variable->name_.Empty()) names_.erase(variable->name_.view());
+    if (!variable->name_.Empty()) names_.remove(variable->name_.view());
     const int index = std::exchange(variable->index_, -1);
     --size_;
     // The last ones go at once; what is removed before them is closed up when an index is needed.

@@ -2,7 +2,6 @@
 #include <complex>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "qvutils/common/formula/formulanames.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/common/tasks/qvlocks.h"
+#include "qvutils/common/variables/nametable.h"
 #include "qvutils/common/variables/qvnamedvariable.h"
 #include "qvutils/common/variables/qvnamespaceevent.h"
 #include "qvutils/common/variables/qvnamespacesnapshot.h"
@@ -110,7 +110,6 @@ private:
     friend class qvRestoration;
     friend struct qvDefinition;
 
-    using Names = std::unordered_map<std::string_view, qvNamedVariable*>;
     /// A name that an expression has looked up, and what it meant at a time.
     struct LookedUp {
         qvNamedVariable* variable;
@@ -135,7 +134,7 @@ private:
     qvNamedVariableArray variables_;  ///< null where one was removed since compact()
     std::atomic<int> size_ = 0;
     int holes_ = 0;
-    Names names_;
+    qvNameTable names_;
     Handles handles_;  ///< its entries stay where they are
     int computing_ = 0;  ///< readings under way; while there are any, no variable may leave
     qvNamedVariable* attached_ = nullptr;  ///< the first of the temporary and property variables

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
@@ -225,6 +226,36 @@ TEST_F(Evaluation, functions_may_read_and_change_variables_while_a_formula_calls
     EXPECT_EQ(value("outer"), 7.0);
     EXPECT_EQ(warnings(), "Variable outer = reenter(x)+1 is directly or indirectly circular\n");
     EXPECT_EQ(value("log"), 1.0);
+}
+
+TEST_F(Evaluation, what_is_kept_from_before_never_shows) {
+    std::mt19937 random(7);
+    const auto pick = [&](int n) { return static_cast<int>(random() % unsigned(n)); };
+    const auto name = [&] { return QVString(char('a' + pick(6))); };
+    qvNameSpace child(&space);
+    qvNamedVariable parameter(&child, qvNamedVariable::temporary, -1);
+    parameter.SetExpression("a+b");
+    for (int round = 0; round < 1500; ++round) {
+        qvNameSpace& where = pick(2) ? child : space;
+        qvNamedVariable* v = where.Find(name(), false);
+        switch (pick(8)) {
+        case 0: where.Add(name()); break;
+        case 1: where.Remove(v); break;
+        case 2: if (v) v->SetName(name()); break;
+        case 3: where.RenameEverywhere(name(), name()); break;
+        case 4: if (v) v->SetValue(pick(5)); break;
+        default: if (v) v->SetExpression(name() + "+" + name() + "*0.5+1");
+        }
+        qverr().reset();
+        qvNameSpace freshParent(space), fresh(child);
+        fresh.setParent(&freshParent);
+        qvNamedVariable freshParameter(&fresh, qvNamedVariable::temporary, -1);
+        freshParameter.SetExpression(parameter.GetExpression());
+        ASSERT_EQ(parameter.GetValue(), freshParameter.GetValue()) << round;
+        for (int i = pick(3); i < child.getSize(); ++i) {
+            ASSERT_EQ(child.GetVariable(i)->GetValue(), fresh.GetVariable(i)->GetValue()) << round;
+        }
+    }
 }
 
 TEST_F(Evaluation, any_expression_can_take_its_names_from_a_namespace) {

@@ -17,11 +17,11 @@ TEST(NameSpaceThreads, readers_never_see_torn_or_mixed_values) {
     same->SetExpression("real(pair) - 3*real(x) + (imag(pair) - 3*imag(x))");
     CapturedOutput output;
     std::atomic<bool> done = false;
-    std::atomic<long> wrong = 0;
+    std::atomic<long> wrong = 0, readings = 0;
     const auto read = [&] {
         qvNamedVariable parameter(&space, qvNamedVariable::temporary, -1);
         parameter.SetExpression("pair/3");
-        while (!done) {
+        for (; !done; ++readings) {
             for (qvNamedVariable* v : {x, pair, &parameter}) {
                 const std::complex<double> value = v->GetValue();
                 if (value.real() != value.imag()) ++wrong;
@@ -31,7 +31,7 @@ TEST(NameSpaceThreads, readers_never_see_torn_or_mixed_values) {
         }
     };
     std::thread one(read), other(read);
-    for (int i = 1; i <= 3000; ++i) {
+    for (int i = 1; i <= 3000 || readings < 20000; ++i) {
         x->SetValue({3.0 * i, 3.0 * i});
         if (i % 10 == 0) pair->SetExpression(i % 20 ? "x*3" : "x + 2*x");
         if (i % 100 == 0) same->SetName(i % 200 ? "zero" : "same");
