@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "qvutils/common/formula/arithmetic.h"
+#include "qvutils/common/formula/blockkernels.h"
+#include "qvutils/common/platform/vectormath.h"
 #include "qvutils/qvnr/Splinfit.h"
 
 using qvformula::Complex;
@@ -299,10 +301,31 @@ T ofList(const ParList<T>& a) {
     return Function(a[0]);
 }
 
+template <qvplatform::VectorFunction Function>
+bool vectorForm(const double* in, double* out, int n) {
+    qvplatform::vectorMath(Function, in, out, n);
+    return true;
+}
+
+using ArrayForm = bool (*)(const double* in, double* out, int n);
+
+/// There are array forms for real numbers only.
+template <class T>
+constexpr auto arrayForm([[maybe_unused]] ArrayForm form) -> bool (*)(const T*, T*, int) {
+    if constexpr (std::is_same_v<T, double>) return form;
+    return nullptr;
+}
+
 template <class T, T (*Function)(T)>
 constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help,
-                           QVDirect direct = QVDirect::none) {
-    return {name, 1, "(x)", &ofList<T, Function>, {help, Function, slope, nullptr, direct, true}};
+                           QVDirect direct = QVDirect::none, ArrayForm array = nullptr) {
+    return {name, 1, "(x)", &ofList<T, Function>,
+            {help, Function, slope, arrayForm<T>(array), direct, true}};
+}
+
+template <class T, T (*Function)(T)>
+constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help, ArrayForm array) {
+    return one<T, Function>(name, slope, help, QVDirect::none, array);
 }
 
 template <class T>
@@ -313,9 +336,11 @@ constexpr QVBuiltin<T> several(const char* name, int arity, const char* argument
 }
 
 namespace f = qvformula;
+using V = qvplatform::VectorFunction;
 
 template <class T>
-constexpr QVBuiltin<T> sqrtRow = one<T, f::sqrt>("sqrt", sqrtSlope, "square root", QVDirect::sqrt);
+constexpr QVBuiltin<T> sqrtRow = one<T, f::sqrt>("sqrt", sqrtSlope, "square root",
+                                                 QVDirect::sqrt, f::blockSqrt);
 template <class T>
 constexpr QVBuiltin<T> signRow = one<T, f::sign>("sign", signSlope, "-1, 0 or 1 by the sign");
 template <class T>
@@ -342,29 +367,41 @@ constexpr QVBuiltin<T> lininterpRow =
     several<T>("lininterp", -1, "(x, x1, y1, x2, y2, ...)", lininterp, lininterpSlope,
                "piecewise linear interpolation, its end pieces going on outside");
 template <class T>
-constexpr QVBuiltin<T> expRow = one<T, f::exp>("exp", expSlope, "e to the power x");
+constexpr QVBuiltin<T> expRow =
+    one<T, f::exp>("exp", expSlope, "e to the power x", f::blockExp);
 template <class T>
-constexpr QVBuiltin<T> sinRow = one<T, f::sin>("sin", sinSlope, "sine of an angle in radians");
+constexpr QVBuiltin<T> sinRow =
+    one<T, f::sin>("sin", sinSlope, "sine of an angle in radians", vectorForm<V::sin>);
 template <class T>
-constexpr QVBuiltin<T> cosRow = one<T, f::cos>("cos", cosSlope, "cosine");
+constexpr QVBuiltin<T> cosRow =
+    one<T, f::cos>("cos", cosSlope, "cosine", vectorForm<V::cos>);
 template <class T>
-constexpr QVBuiltin<T> tanRow = one<T, f::tan>("tan", tanSlope, "tangent");
+constexpr QVBuiltin<T> tanRow =
+    one<T, f::tan>("tan", tanSlope, "tangent", vectorForm<V::tan>);
 template <class T>
-constexpr QVBuiltin<T> sinhRow = one<T, f::sinh>("sinh", sinhSlope, "hyperbolic sine");
+constexpr QVBuiltin<T> sinhRow =
+    one<T, f::sinh>("sinh", sinhSlope, "hyperbolic sine", vectorForm<V::sinh>);
 template <class T>
-constexpr QVBuiltin<T> coshRow = one<T, f::cosh>("cosh", coshSlope, "hyperbolic cosine");
+constexpr QVBuiltin<T> coshRow =
+    one<T, f::cosh>("cosh", coshSlope, "hyperbolic cosine", vectorForm<V::cosh>);
 template <class T>
-constexpr QVBuiltin<T> tanhRow = one<T, f::tanh>("tanh", tanhSlope, "hyperbolic tangent");
+constexpr QVBuiltin<T> tanhRow =
+    one<T, f::tanh>("tanh", tanhSlope, "hyperbolic tangent", vectorForm<V::tanh>);
 template <class T>
-constexpr QVBuiltin<T> lnRow = one<T, f::ln>("ln", lnSlope, "natural logarithm");
+constexpr QVBuiltin<T> lnRow =
+    one<T, f::ln>("ln", lnSlope, "natural logarithm", f::blockLn);
 template <class T>
-constexpr QVBuiltin<T> log10Row = one<T, f::log10>("log10", log10Slope, "decimal logarithm");
+constexpr QVBuiltin<T> log10Row =
+    one<T, f::log10>("log10", log10Slope, "decimal logarithm", f::blockLog10);
 template <class T>
-constexpr QVBuiltin<T> asinRow = one<T, f::asin>("asin", asinSlope, "inverse sine");
+constexpr QVBuiltin<T> asinRow =
+    one<T, f::asin>("asin", asinSlope, "inverse sine", f::blockAsin);
 template <class T>
-constexpr QVBuiltin<T> acosRow = one<T, f::acos>("acos", acosSlope, "inverse cosine");
+constexpr QVBuiltin<T> acosRow =
+    one<T, f::acos>("acos", acosSlope, "inverse cosine", f::blockAcos);
 template <class T>
-constexpr QVBuiltin<T> atanRow = one<T, f::atan>("atan", atanSlope, "inverse tangent");
+constexpr QVBuiltin<T> atanRow =
+    one<T, f::atan>("atan", atanSlope, "inverse tangent", vectorForm<V::atan>);
 template <class T>
 constexpr QVBuiltin<T> ifRow =
     several<T>("if", 3, "(condition, a, b)", conditional, nullptr,

@@ -18,9 +18,9 @@ struct QVFunctionFacts {
     /// The slope of the result when the arguments have the given values and slopes; `value` is the
     /// result. Null when there is no derivative.
     T (*slope)(const QVDual<T>* arguments, int count, const T& value) = nullptr;
-    /// For arrays: replaces n values by their functions. False when a value is outside the domain;
-    /// the values are then undefined. May be null.
-    bool (*array)(T* values, int n) = nullptr;
+    /// The function of n values at once; `out` may be `in`. False when a value is outside the
+    /// domain; the results are then undefined. May be null.
+    bool (*array)(const T* in, T* out, int n) = nullptr;
     QVDirect direct = QVDirect::none;
     /// Equal arguments give equal results, so a call on constants may be worked out beforehand.
     bool pure = true;

@@ -17,7 +17,7 @@ bool QVExpression<T>::mayEvaluate(const QVArguments<T>* arguments, Error& error)
 }
 
 template <class T>
-bool QVExpression<T>::mayDerive(int parameter, Error& error) const {
+bool QVExpression<T>::isScalar(int parameter, Error& error) const {
     if (parameter < 1 || parameter > parameters_.size()) {
         error.setf("there is no parameter number %d\n", parameter);
     } else if (parameters_[parameter].isVector()) {
@@ -32,7 +32,7 @@ bool QVExpression<T>::mayDerive(int parameter, Error& error) const {
 template <class T>
 T QVExpression<T>::deriveWith(QVRun<T>& run, int parameter, T& derivative) const {
     derivative = T();
-    if (!mayEvaluate(run.arguments, run.error) || !mayDerive(parameter, run.error)) return T();
+    if (!mayEvaluate(run.arguments, run.error) || !isScalar(parameter, run.error)) return T();
     const auto& used = program_->scalars;
     const auto place = std::find(used.begin(), used.end(), parameter - 1);
     if (place != used.end()) run.variable = static_cast<int>(place - used.begin());
@@ -72,7 +72,7 @@ T QVExpression<T>::EvaluateDerivative(const QVArguments<T>& arguments, int param
 
 using qvformula::Complex;
 template bool QVExpression<double>::mayEvaluate(const QVArguments<double>*, Error&) const;
-template bool QVExpression<double>::mayDerive(int, Error&) const;
+template bool QVExpression<double>::isScalar(int, Error&) const;
 template double QVExpression<double>::deriveWith(QVRun<double>&, int, double&) const;
 template double QVExpression<double>::Evaluate(Error&) const;
 template double QVExpression<double>::EvaluateDerivative(int, double&, Error&) const;
@@ -80,7 +80,7 @@ template double QVExpression<double>::Evaluate(const QVArguments<double>&, Error
 template double QVExpression<double>::EvaluateDerivative(const QVArguments<double>&, int, double&,
                                                          Error&) const;
 template bool QVExpression<Complex>::mayEvaluate(const QVArguments<Complex>*, Error&) const;
-template bool QVExpression<Complex>::mayDerive(int, Error&) const;
+template bool QVExpression<Complex>::isScalar(int, Error&) const;
 template Complex QVExpression<Complex>::deriveWith(QVRun<Complex>&, int, Complex&) const;
 template Complex QVExpression<Complex>::Evaluate(Error&) const;
 template Complex QVExpression<Complex>::EvaluateDerivative(int, Complex&, Error&) const;

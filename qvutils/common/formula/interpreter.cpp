@@ -44,6 +44,7 @@ template <class T>
 void QVRun<T>::report(const Error& failure, const QVProgram<T>& program,
                       std::ptrdiff_t instruction) {
     const QVSpot& spot = program.spots[static_cast<std::size_t>(instruction)];
+    failed = true;
     error = failure;
     fault = {spot.position, spot.length, {}};
 }

@@ -49,6 +49,7 @@ struct QVRun {
     bool boundsCheck;
     Error& error;
     QVFormulaFault& fault;
+    bool failed = false;
     int variable = -1;  // of a derivative: its place among the program's scalars
 
     /// Writes the values of the parameters to the slots from `slot` on.

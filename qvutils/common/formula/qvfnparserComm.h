@@ -164,7 +164,9 @@ private:
     void CompileB();
     void bindScalars();
     bool mayEvaluate(const QVArguments<T>* arguments, Error& error) const;
-    bool mayDerive(int parameter, Error& error) const;
+    bool isScalar(int parameter, Error& error) const;
+    bool mayEvaluateArray(std::span<const QVArraySource<T>> sources, std::size_t rows,
+                          Error& error) const;
     T deriveWith(QVRun<T>& run, int parameter, T& derivative) const;
 
     QVString text_;
