@@ -43,7 +43,7 @@ public:
     QVString title = "";
     qvSvgAxis xAxis;
     qvSvgAxis yAxis;
-    /// The size in pixels; at least 160 by 120.
+    /// The size in pixels, from 160 by 120 to 20,000 by 20,000.
     double width = 720;
     double height = 480;
     /// One unit is as long along x as along y: for outlines. Not with logarithmic axes.

@@ -8,15 +8,10 @@ namespace qvsvg {
 
 namespace {
 
-constexpr int legendRows = 6;
 constexpr double legendRow = 18;
 
 bool isUsable(const qvSvgAxis& axis, double value) {
     return std::abs(value) <= largest && (!axis.logarithmic || value >= 1 / largest);
-}
-
-bool isGiven(const qvSvgAxis& axis, double limit) {
-    return isUsable(axis, limit);
 }
 
 /// The range of the values seen; lo > hi when there are none.
@@ -30,8 +25,8 @@ struct Seen {
 };
 
 void setGivenLimits(const qvSvgAxis& axis, Range& range) {
-    if (isGiven(axis, axis.lo)) range.lo = axis.lo;
-    if (isGiven(axis, axis.hi)) range.hi = axis.hi;
+    if (isUsable(axis, axis.lo)) range.lo = axis.lo;
+    if (isUsable(axis, axis.hi)) range.hi = axis.hi;
     if (range.lo > range.hi) std::swap(range.lo, range.hi);
 }
 
@@ -40,14 +35,14 @@ void pad(const qvSvgAxis& axis, Range& range) {
     constexpr double part = 0.04;
     if (axis.logarithmic) {
         const double factor = std::pow(range.hi / range.lo, part);
-        if (!isGiven(axis, axis.lo)) range.lo /= factor;
-        if (!isGiven(axis, axis.hi)) range.hi *= factor;
+        if (!isUsable(axis, axis.lo)) range.lo /= factor;
+        if (!isUsable(axis, axis.hi)) range.hi *= factor;
         return;
     }
     const double room = (range.hi - range.lo) * part;
-    if (!isGiven(axis, axis.lo))
+    if (!isUsable(axis, axis.lo))
         range.lo = range.lo >= 0 && range.lo < 3 * room ? 0 : range.lo - room;
-    if (!isGiven(axis, axis.hi)) range.hi += room;
+    if (!isUsable(axis, axis.hi)) range.hi += room;
 }
 
 // A range that holds but one value is opened to both sides.
@@ -98,6 +93,11 @@ Ticks ticksAcross(const qvSvgAxis& axis, Range range, double width) {
     return ticks;
 }
 
+double pageSize(double wanted, double least) {
+    constexpr double most = 20000;
+    return wanted >= least ? std::min(wanted, most) : least;
+}
+
 // "title (unit)", with the power of ten that the labels leave out.
 QVString fullTitle(const qvSvgAxis& axis, int exponent) {
     QVString unit = axis.unit;
@@ -126,9 +126,10 @@ double Scale::along(double value) const {
 }
 
 ChartLayout::ChartLayout(const qvSvgChart& chart)
-    : width(std::max(chart.width, 160.0)), height(std::max(chart.height, 120.0)), chart_(chart) {
+    : width(pageSize(chart.width, 160)), height(pageSize(chart.height, 120)), chart_(chart) {
     findRanges();
     arrange();
+    arrange();  // now that the left edge of the frame is known, under which the legend begins
     if (chart.sameScale && !chart.xAxis.logarithmic && !chart.yAxis.logarithmic) {
         equaliseScales();
         arrange();
@@ -139,7 +140,9 @@ ChartLayout::ChartLayout(const qvSvgChart& chart)
 
 bool ChartLayout::place(double xValue, double yValue, Point& p) const {
     if (!isUsable(chart_.xAxis, xValue) || !isUsable(chart_.yAxis, yValue)) return false;
-    p = {x(xValue), y(yValue)};
+    // Far outside of the page a line's direction matters, not its length.
+    constexpr double far = 1e9;
+    p = {std::clamp(x(xValue), -far, far), std::clamp(y(yValue), -far, far)};
     return true;
 }
 
@@ -209,8 +212,10 @@ void ChartLayout::equaliseScales() {
 // In rows above the frame. Returns where the frame may begin.
 double ChartLayout::placeLegend(double top) {
     legend.clear();
+    const int rows = std::clamp(static_cast<int>(height / 4 / legendRow), 1, 6);
+    const double begin = std::clamp(frame.left, margin, width / 3);
     const double right = width - margin;
-    double left = margin + labelGap;
+    double left = begin;
     int row = 0;
     int place = 0;
     int leftOut = 0;
@@ -218,14 +223,13 @@ double ChartLayout::placeLegend(double top) {
         const int thisPlace = place++;
         if (curve.name.Empty()) continue;
         const double sample = sampleLength + labelGap;
-        const QVString name =
-            qvSvgFitted(curve.name, labelSize, right - margin - labelGap - sample);
+        const QVString name = qvSvgFitted(curve.name, labelSize, right - begin - sample);
         const double entryWidth = sample + qvSvgTextWidth(name, labelSize);
-        if (left > margin + labelGap && left + entryWidth > right) {
-            left = margin + labelGap;
+        if (left > begin && left + entryWidth > right) {
+            left = begin;
             ++row;
         }
-        if (row >= legendRows) {
+        if (row >= rows) {
             ++leftOut;
             continue;
         }
@@ -234,8 +238,7 @@ double ChartLayout::placeLegend(double top) {
     }
     if (leftOut > 0) {
         const std::string text = "and " + std::to_string(leftOut) + " more";
-        const double y = top + legendRows * legendRow + labelSize;
-        legend.push_back({nullptr, 0, text.c_str(), margin + labelGap, y});
+        legend.push_back({nullptr, 0, text.c_str(), begin, top + rows * legendRow + labelSize});
     }
     const double last = legend.empty() ? top - labelSize : legend.back().y;
     return last + (legend.empty() ? labelSize : labelGap);

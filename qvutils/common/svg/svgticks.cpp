@@ -27,6 +27,21 @@ Step roundStep(double atLeast) {
     return {1, exponent + 1};
 }
 
+/// The multiples of a step in a range.
+struct Multiples {
+    long long first;
+    long long last;
+
+    long long count() const { return last - first + 1; }
+};
+
+// A little past the ends, where rounding may have put a limit that is itself a round number.
+Multiples multiplesIn(Range range, Step step) {
+    const double size = scaled(step.mantissa, step.exponent);
+    return {static_cast<long long>(std::ceil(range.lo / size - 1e-6)),
+            static_cast<long long>(std::floor(range.hi / size + 1e-6))};
+}
+
 // The number n times ten to the power `shift`, digit by digit, so that no rounding shows.
 std::string decimalText(long long n, int shift) {
     std::string digits = std::to_string(std::llabs(n));
@@ -53,11 +68,6 @@ void addBetween(std::vector<Tick>& marks, int decade, Range range) {
     }
 }
 
-std::string decadeLabel(int exponent) {
-    if (exponent < -3 || exponent > 4) return powerOfTen(exponent);
-    return decimalText(1, exponent);
-}
-
 }  // namespace
 
 bool Range::isWide() const {
@@ -66,21 +76,22 @@ bool Range::isWide() const {
 }
 
 Ticks linearTicks(Range range, int most) {
-    Ticks ticks;
     Step step = roundStep((range.hi - range.lo) / std::max(most, 1));
-    long long first = 0;
-    long long last = 0;
-    // A little past the ends, where rounding may have put a limit that is itself a round number.
-    for (;;) {
-        const double size = scaled(step.mantissa, step.exponent);
-        first = static_cast<long long>(std::ceil(range.lo / size - 1e-6));
-        last = static_cast<long long>(std::floor(range.hi / size + 1e-6));
-        if (last - first < std::max(most, 2)) break;
-        step = roundStep(size * 1.5);
+    Multiples multiples = multiplesIn(range, step);
+    while (multiples.count() > std::max(most, 2)) {
+        step = roundStep(1.5 * scaled(step.mantissa, step.exponent));
+        multiples = multiplesIn(range, step);
     }
-    const double end = static_cast<double>(std::max(std::llabs(first), std::llabs(last)));
-    if (end > 0) ticks.exponent = commonExponent(scaled(end * step.mantissa, step.exponent));
-    for (long long i = first; i <= last; ++i) {
+    while (multiples.count() < 2) {
+        step = roundStep(0.4 * scaled(step.mantissa, step.exponent));
+        multiples = multiplesIn(range, step);
+    }
+    Ticks ticks;
+    const long long end = std::max(std::llabs(multiples.first), std::llabs(multiples.last));
+    if (end > 0)
+        ticks.exponent =
+            commonExponent(scaled(static_cast<double>(end * step.mantissa), step.exponent));
+    for (long long i = multiples.first; i <= multiples.last; ++i) {
         const long long n = i * step.mantissa;
         const double value = scaled(static_cast<double>(n), step.exponent);
         ticks.marks.push_back({std::clamp(value, range.lo, range.hi),
@@ -95,12 +106,14 @@ Ticks logTicks(Range range, int most) {
     const int last = static_cast<int>(std::floor(std::log10(range.hi) + ends));
     if (last <= first) return linearTicks(range, most);
     const int every = (last - first) / std::max(most, 1) + 1;
+    const bool plain = first >= -3 && last <= 4;
     Ticks ticks;
     if (every == 1) addBetween(ticks.marks, first - 1, range);
     for (int decade = first; decade <= last; ++decade) {
-        const bool labelled = decade % every == 0;
-        ticks.marks.push_back({std::clamp(scaled(1, decade), range.lo, range.hi),
-                               labelled ? decadeLabel(decade) : ""});
+        std::string label;
+        if (decade % every != 0 && every > 10) continue;
+        if (decade % every == 0) label = plain ? decimalText(1, decade) : powerOfTen(decade);
+        ticks.marks.push_back({std::clamp(scaled(1, decade), range.lo, range.hi), label});
         if (every == 1) addBetween(ticks.marks, decade, range);
     }
     return ticks;

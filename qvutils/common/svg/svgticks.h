@@ -31,8 +31,8 @@ struct Range {
     bool isWide() const;
 };
 
-/// Ticks at whole multiples of 1, 2 or 5 times a power of ten, at most `most` with a label.
-/// The range must be wide and within the largest magnitude.
+/// Ticks at whole multiples of 1, 2 or 5 times a power of ten, at most `most` of them, but two
+/// or more. The range must be wide and within the largest magnitude.
 QVCORE_API Ticks linearTicks(Range range, int most);
 /// Ticks of a logarithmic axis (0 < lo < hi): at powers of ten, or as on a linear axis when the
 /// range holds fewer than two of them.
