@@ -12,7 +12,7 @@ QVCORE_API void pauseProcessor();
 QVCORE_API void yieldThread();
 QVCORE_API void sleepMicroseconds(int microseconds);
 
-/// A thread of the system, started by startThread and given back by joinThread or forgetThread.
+/// A thread of the system, started by startThread and given back by joinThread.
 using Thread = std::uintptr_t;
 
 /// False when the system has no room for another thread. The code of `function` stays loaded until
@@ -20,8 +20,6 @@ using Thread = std::uintptr_t;
 QVCORE_API bool startThread(void (*function)(void*), void* argument, Thread& thread);
 /// Waits until the thread has ended, its atThreadExit functions included.
 QVCORE_API void joinThread(Thread thread);
-/// Lets the thread run on its own.
-QVCORE_API void forgetThread(Thread thread);
 
 /// Sleeps while `word` holds `value`, for at most so many nanoseconds; negative: without limit. May
 /// come back early for no reason. False when the system refuses to wait.

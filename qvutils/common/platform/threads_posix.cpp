@@ -90,8 +90,6 @@ bool startThread(void (*function)(void*), void* argument, Thread& thread) {
 
 void joinThread(Thread thread) { pthread_join(static_cast<pthread_t>(thread), nullptr); }
 
-void forgetThread(Thread thread) { pthread_detach(static_cast<pthread_t>(thread)); }
-
 bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
                      std::int64_t nanoseconds) {
     timespec limit{};

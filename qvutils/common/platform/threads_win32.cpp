@@ -86,10 +86,8 @@ bool startThread(void (*function)(void*), void* argument, Thread& thread) {
 
 void joinThread(Thread thread) {
     WaitForSingleObject(reinterpret_cast<HANDLE>(thread), INFINITE);
-    forgetThread(thread);
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
 }
-
-void forgetThread(Thread thread) { CloseHandle(reinterpret_cast<HANDLE>(thread)); }
 
 bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
                      std::int64_t nanoseconds) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -43,17 +42,6 @@ void qvTaskOutcome::reset() {
 namespace {
 
 thread_local qvTaskRun* innermost = nullptr;
-
-/// Time in tasks, of which those inside others are a part already.
-class RunningSpan {
-public:
-    explicit RunningSpan(const qvTaskRun& spawner) {
-        if (spawner.isOutsideTasks()) span_.emplace(&qvTaskTimers::running);
-    }
-
-private:
-    std::optional<qvTimeSpan> span_;
-};
 
 /// A long has 32 bits on some systems.
 long toTicks(std::int64_t nanoseconds) {
@@ -217,7 +205,8 @@ bool qvTaskRun::spawnLoopSync(qvTask& task, int first, int last, int granularity
     if (asleep && !isBrief(task, range.count)) wakeFor(range.parts() - 1);
     if (!seated) waitForSeat(seat, loop.slot());
     {
-        const RunningSpan span(*this);
+        // Time in nested tasks is a part of that of the outer ones.
+        const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
         loop.help(qvHelper::spawner);
     }
     const bool fine = loop.close(error);
@@ -234,7 +223,7 @@ bool qvTaskRun::sync(Error& error) {
         !isOutsideTasks() || qvWorkers::instance().count() == 0 || seat.take();
     if (!seated) waitForSeat(seat, tasks_ ? tasks_->slot() : loops_.back()->slot());
     {
-        const RunningSpan span(*this);
+        const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
         for (const auto& loop : loops_) loop->help(qvHelper::spawner);
         if (tasks_) tasks_->help(qvHelper::spawner);
     }

@@ -15,11 +15,12 @@ struct qvTaskTimers {
     static qvTaskTimers& instance();
 };
 
-/// Adds the time from its construction to its destruction, if timers are enabled at the former.
+/// Adds the time from its construction to its destruction, if wanted and if timers are enabled.
 class qvTimeSpan {
 public:
-    explicit qvTimeSpan(std::atomic<std::int64_t> qvTaskTimers::* sum) : sum_(sum) {
-        if (qvTaskTimers::instance().enabled.load(std::memory_order_relaxed)) {
+    explicit qvTimeSpan(std::atomic<std::int64_t> qvTaskTimers::* sum, bool wanted = true)
+        : sum_(sum) {
+        if (wanted && qvTaskTimers::instance().enabled.load(std::memory_order_relaxed)) {
             start_ = qvplatform::monotonicNanoseconds();
         }
     }

@@ -8,6 +8,7 @@
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/threads.h"
+#include "qvutils/common/tasks/threadnumbers.h"
 
 namespace {
 
@@ -40,15 +41,23 @@ Numbers& numbers() {
     return *instance;
 }
 
+}  // namespace
+
+int qvThreadNumbers::take() { return numbers().take(); }
+
+void qvThreadNumbers::giveBack(int number) { numbers().giveBack(number); }
+
+namespace {
+
 thread_local int threadNumber = -1;
 
 int firstAsked() {
-    threadNumber = numbers().take();
+    threadNumber = qvThreadNumbers::take();
     if (threadNumber < 0) {
         exitfn("Too many threads: more than %d are running at the same time", qvMaxThreads);
     }
     const auto giveBack = [](void* number) {
-        numbers().giveBack(static_cast<int>(reinterpret_cast<std::intptr_t>(number)));
+        qvThreadNumbers::giveBack(static_cast<int>(reinterpret_cast<std::intptr_t>(number)));
     };
     qvplatform::atThreadExit(giveBack, reinterpret_cast<void*>(std::intptr_t{threadNumber}));
     return threadNumber;

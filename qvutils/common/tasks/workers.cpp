@@ -177,6 +177,7 @@ bool qvWorkers::start(int count) {
     } guard;
     const std::lock_guard hold(startStop_);
     if (alive_ > 0) return false;
+    collect();  // those that did not end in time, but since
     stopping_ = false;
     ready_ = 0;
     for (int i = 0; i < count; ++i) {
@@ -201,20 +202,15 @@ bool qvWorkers::start(int count) {
     return started > 0;
 }
 
-/// Joins those that have ended and forgets the others; returns how many these are.
+/// Joins those that have ended; returns how many have not.
 int qvWorkers::collect() {
-    int running = 0;
-    for (Worker* const worker : workers_) {
-        if (worker->ended) {
-            qvplatform::joinThread(worker->thread);
-            delete worker;
-        } else {
-            qvplatform::forgetThread(worker->thread);
-            ++running;
-        }
-    }
-    workers_.clear();
-    return running;
+    std::erase_if(workers_, [](Worker* worker) {
+        if (!worker->ended) return false;
+        qvplatform::joinThread(worker->thread);
+        delete worker;
+        return true;
+    });
+    return static_cast<int>(workers_.size());
 }
 
 /// Ends the workers; returns how many did not within the time.

@@ -2,12 +2,14 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
 #include "qvutils/common/tasks/atomiccounter.h"
 #include "qvutils/common/tasks/qvtaskerr.h"
 #include "qvutils/common/tasks/threadid.h"
+#include "qvutils/common/tasks/threadnumbers.h"
 
 namespace {
 
@@ -127,6 +129,23 @@ TEST(ThreadNumbers, differ_while_threads_live_and_are_used_again) {
     for (int i = 0; i < 100; ++i) {
         onThreads(1, [&] { EXPECT_LE(qvTaskThreadId(), std::max(other, third)); });
     }
+}
+
+TEST(ThreadNumbersDeath, a_thread_too_many_is_fatal) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            int taken = 0;
+            while (qvThreadNumbers::take() >= 0) ++taken;
+            if (taken != qvMaxThreads) std::_Exit(7);
+            qvThreadNumbers::giveBack(40'000);
+            std::thread([] {
+                if (qvTaskThreadId() != 40'000) std::_Exit(8);
+                std::thread([] { qvTaskThreadId(); }).join();
+            }).join();
+        },
+        testing::ExitedWithCode(1),
+        testing::HasSubstr("Too many threads: more than 65534 are running at the same time"));
 }
 
 TEST(AtomicCounter, steps_return_the_new_value_and_none_is_lost) {

@@ -1,0 +1,22 @@
+// A library with the task service inside, to be loaded and unloaded.
+#include <atomic>
+
+#include "qvutils/common/error/qverror.h"
+#include "qvutils/common/tasks/qvtask.h"
+
+namespace {
+
+class Count : public qvTask {
+public:
+    std::atomic<int> sum = 0;
+    void Run(int first, int last, int) override { sum += last - first + 1; }
+};
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int runALoop() {
+    Count count;
+    qvTask::StartWorkerThreads(3);
+    qvTask::SpawnLoopSync(&count, 1, 1000, 1, qverr());
+    return count.sum;
+}
