@@ -22,22 +22,6 @@ struct CSpline::Curvature {
     static double of(const qvspline::Segment& s, double x) { return s.curvature(x); }
 };
 
-/// Cell i knows the largest k <= n - 2 with (x[k] - x[0]) / width < i, where the last cell begins
-/// at the last point: width = (x[n-1] - x[0]) / (cells - 1). One entry more bounds the search in
-/// the last cell.
-void CSplineIndex::build(const double* x, int n, int cells) {
-    first_ = x[0];
-    density_ = (cells - 1) / (x[n - 1] - x[0]);
-    cells_.resize(static_cast<std::size_t>(cells) + 1);
-    std::uint16_t* cell = cells_.data();
-    int i = 0;
-    for (int k = 0; k < n - 2; ++k) {
-        const int last = static_cast<int>((x[k + 1] - first_) * density_);
-        while (i <= last) cell[i++] = static_cast<std::uint16_t>(k);
-    }
-    while (i <= cells) cell[i++] = static_cast<std::uint16_t>(n - 2);
-}
-
 void CSpline::SetGradients(double dy1Start, double dy1End, double dy2Start, double dy2End) {
     gradients1_ = {dy1Start, dy1End};
     gradients2_ = {dy2Start, dy2End};
@@ -48,6 +32,7 @@ void CSpline::clear() {
     column1_.clear();
     column2_.clear();
     easyFrom_ = easyTo_ = 0;
+    twoColumns_ = false;
     ready_ = false;
 }
 
@@ -62,9 +47,8 @@ bool CSpline::Load(const CSplineData* data, int n, const char* name, bool twoCol
         x_[i] = data[i].x;
         broken |= i > 0 && data[i].x == data[i - 1].x;
     }
-    std::vector<double> work(2 * points);
-    if (!fillColumn(column1_, data, &CSplineData::y1, gradients1_, work) ||
-        (twoColumns && !fillColumn(column2_, data, &CSplineData::y2, gradients2_, work))) {
+    if (!fillColumn(column1_, data, &CSplineData::y1, gradients1_) ||
+        (twoColumns && !fillColumn(column2_, data, &CSplineData::y2, gradients2_))) {
         clear();
         return false;
     }
@@ -75,6 +59,7 @@ bool CSpline::Load(const CSplineData* data, int n, const char* name, bool twoCol
             easyTo_ = x_.back();
         }
     }
+    twoColumns_ = twoColumns;
     ready_ = true;
     return true;
 }
@@ -108,31 +93,47 @@ bool CSpline::checkRows(const CSplineData* data, int n) const {
 }
 
 /// Each run of rising x values is a spline of its own; the given gradients are those of the ends.
+/// Until the cubics are made, the second derivatives stand in c2.
 bool CSpline::fillColumn(Column& column, const CSplineData* data, double CSplineData::*y,
-                         const Gradients& gradients, std::vector<double>& work) const {
+                         const Gradients& gradients) const {
     const int n = getPoints();
-    double* d = work.data();
-    double* inverse = d + n;
+    column.resize(static_cast<std::size_t>(n));
     for (int from = 0; from < n;) {
         int to = from + 1;
         while (to < n && x_[to] > x_[to - 1]) ++to;
         if (to - from > 1) {
-            const auto xAt = [this, from](int i) { return x_[from + i]; };
-            const auto yAt = [data, y, from](int i) { return data[from + i].*y; };
-            const double start = from == 0 ? gradients.start : noGradient;
-            const double end = to == n ? gradients.end : noGradient;
-            qvspline::solve(to - from, xAt, yAt, start, end, d + from, inverse);
+            qvspline::solve(
+                to - from, [x = &x_[from]](int i) { return x[i]; },
+                [rows = data + from, y](int i) { return rows[i].*y; },
+                from == 0 ? gradients.start : noGradient, to == n ? gradients.end : noGradient,
+                [knots = &column[from]](int i) -> double& { return knots[i].c2; },
+                [knots = &column[from]](int i) -> double& { return knots[i].c1; });
         } else {
-            d[from] = 0;
+            column[from].c2 = 0;
         }
         from = to;
     }
-    column.resize(static_cast<std::size_t>(n));
-    bool sound = true;
-    for (int i = 0; i < n; ++i) {
-        const double h = x_[i + (i < n - 1)] - x_[i - (i > 0)];
-        column[i] = {data[i].*y, d[i]};
-        sound &= std::abs(column[i].y) < largest && std::abs(d[i] * h * h) < largest;
+    return makeCubics(column, data, y);
+}
+
+bool CSpline::makeCubics(Column& column, const CSplineData* data, double CSplineData::*y) const {
+    const int n = getPoints();
+    double before = column[0].c2;
+    column[0] = {data[0].*y, 0, before / 2, 0};
+    bool sound = std::abs(column[0].y) < largest;
+    for (int i = 1; i < n; ++i) {
+        Knot& knot = column[i];
+        const double d = knot.c2;
+        const double h = x_[i] - x_[i - 1];
+        const double perWidth = h == 0 ? 0 : 1 / h;
+        knot.y = data[i].*y;
+        knot.c1 = (knot.y - data[i - 1].*y) * perWidth + h * (1. / 6) * (2 * d + before);
+        knot.c2 = d / 2;
+        knot.c3 = (d - before) * (1. / 6) * perWidth;
+        before = d;
+        sound &=
+            std::abs(knot.y) + std::abs(knot.c1 * h) + std::abs(d * h) * h + std::abs(knot.c3) <
+            largest;
     }
     if (!sound) qverr().setf("a value of spline %s is too large or not a number", getName());
     return sound;
@@ -144,19 +145,7 @@ int CSpline::segmentOf(double x) const {
     return index_.find(x_.data(), x);
 }
 
-template <class Kind>
-double CSpline::at(const Column& column, int k, double x) const {
-    const Knot* knot = column.data() + k;
-    return Kind::of({x_[k], x_[k + 1], knot[0].y, knot[1].y, knot[0].y2, knot[1].y2}, x);
-}
-
-double CSpline::value(const Column& column, double x) const {
-    if (x > easyFrom_ && x < easyTo_ && !column.empty()) {
-        return at<Value>(column, index_.find(x_.data(), x), x);
-    }
-    return calc<Value>(column, x);
-}
-
+/// Handles every case, where easyValue handles the usual one.
 template <class Kind>
 double CSpline::calc(const Column& column, double x) const {
     if (!ready_ || std::isnan(x)) {
@@ -175,7 +164,9 @@ double CSpline::calc(const Column& column, double x) const {
         qverr().setf("Bad data calculating spline%s", getName());
         return 0;
     }
-    const double result = at<Kind>(column, k, x);
+    const Knot* knot = column.data() + k;
+    const double result =
+        Kind::of({x_[k], x_[k + 1], knot[0].y, knot[1].y, 2 * knot[0].c2, 2 * knot[1].c2}, x);
     if (!std::isfinite(result)) {
         qverr().setf("out of data range calculating spline %s", getName());
         return 0;
@@ -183,12 +174,8 @@ double CSpline::calc(const Column& column, double x) const {
     return result;
 }
 
-double CSpline::CalcY1(double x) const {
-    return value(column1_, x);
-}
-
-double CSpline::CalcY2(double x) const {
-    return value(column2_, x);
+double CSpline::carefulValue(const Column& column, double x) const {
+    return calc<Value>(column, x);
 }
 
 double CSpline::CalcdY1dx(double x) const {
@@ -208,11 +195,11 @@ double CSpline::Calcd2Y2dx2(double x) const {
 }
 
 void CSpline::CalcY1(const double* x, double* y, int n) const {
-    for (int i = 0; i < n; ++i) y[i] = value(column1_, x[i]);
+    for (int i = 0; i < n; ++i) y[i] = CalcY1(x[i]);
 }
 
 void CSpline::CalcY2(const double* x, double* y, int n) const {
-    for (int i = 0; i < n; ++i) y[i] = value(column2_, x[i]);
+    for (int i = 0; i < n; ++i) y[i] = CalcY2(x[i]);
 }
 
 bool qvNaturalSplineValue(int n, const double* xy, double x, double& y, double& dydx) {
@@ -227,7 +214,8 @@ bool qvNaturalSplineValue(int n, const double* xy, double x, double& y, double& 
     double* d = n > most ? work.data() : fixed;
     qvspline::solve(
         n, [xy](int i) { return xy[2 * i]; }, [xy](int i) { return xy[2 * i + 1]; },
-        CSpline::noGradient, CSpline::noGradient, d, d + n);
+        CSpline::noGradient, CSpline::noGradient, [d](int i) -> double& { return d[i]; },
+        [d, n](int i) -> double& { return d[n + i]; });
     int k = 0;
     while (k < n - 2 && x > xy[2 * k + 2]) ++k;
     const double* p = xy + 2 * k;

@@ -13,8 +13,9 @@ struct CSplineData {
 };
 
 /// Where the segments of a rising table lie: the range is cut into cells of equal width, and each
-/// cell knows the first segment that reaches into it. Only the cells around a value are looked at,
-/// however long the table is.
+/// cell knows the first segment that reaches into it. A cell with many points is cut into smaller
+/// ones over just these points. So only a few points are looked at, however many there are and
+/// however unevenly they lie.
 class QVCORE_API CSplineIndex {
 public:
     /// Of n points x, at least two, at most 65535; the range x[n-1] - x[0] is positive.
@@ -22,28 +23,40 @@ public:
     /// The segment k with x[k] < value <= x[k+1], for x[0] < value < x[n-1]. `x` is the table that
     /// the index was built of.
     int find(const double* x, double value) const {
-        const std::uint16_t* cell = cells_.data() + static_cast<int>((value - first_) * density_);
-        const int low = cell[0];
-        const int high = cell[1];
+        const Cell* cell = cells_.data() + static_cast<int>((value - root_.first) * root_.density);
+        while (cell->finer) cell = finerCell(parts_[cell->finer - 1], value);
+        const int low = cell[0].segment;
+        const int high = cell[1].segment;
         if (high - low <= 1) return low + (value > x[low + 1]);
         return bisect(x, value, low, high);
     }
 
 private:
-    /// The points of a crowded cell: no branch here depends on the data.
-    static int bisect(const double* x, double value, int low, int high) {
-        const double* from = x + low + 1;
-        for (int length = high - low; length > 0;) {
-            const int half = (length + 1) / 2;
-            from += half & -static_cast<int>(from[half - 1] < value);
-            length -= half;
-        }
-        return static_cast<int>(from - x) - 1;
-    }
+    struct Cell {
+        std::uint16_t segment;  ///< the first that reaches into the cell
+        std::uint16_t finer;    ///< the number (from 1) of the part that divides the cell, or 0
+    };
+    /// A range in cells of equal width.
+    struct Part {
+        double first;
+        double density;  ///< cells per unit of x
+        double last;     ///< the number of the last cell
+        int offset;      ///< of its first cell
+        int depth;
+    };
 
-    double first_ = 0;
-    double density_ = 0;  ///< cells per unit of x
-    std::vector<std::uint16_t> cells_;
+    const Cell* finerCell(const Part& part, double value) const {
+        const double place = (value - part.first) * part.density;
+        const double inside = place > 0 ? (place < part.last ? place : part.last) : 0;
+        return cells_.data() + part.offset + static_cast<int>(inside);
+    }
+    static int bisect(const double* x, double value, int low, int high);
+    void fill(const double* x, const Part& part, int low, int high);
+    void divideCrowds(const double* x, const Part& part);
+
+    Part root_{};
+    std::vector<Cell> cells_;
+    std::vector<Part> parts_;
 };
 
 /// A cubic spline through one or two columns of y values over one column of x values.
@@ -80,8 +93,16 @@ public:
     /// and leaves the spline without data.
     bool Load(const CSplineData* data, int n, const char* name, bool twoColumns);
 
-    double CalcY1(double x) const;
-    double CalcY2(double x) const;
+    double CalcY1(double x) const {
+        if (isEasy(x)) [[likely]]
+            return easyValue(column1_, x);
+        return carefulValue(column1_, x);
+    }
+    double CalcY2(double x) const {
+        if (isEasy(x) && twoColumns_) [[likely]]
+            return easyValue(column2_, x);
+        return carefulValue(column2_, x);
+    }
     double CalcdY1dx(double x) const;
     double CalcdY2dx(double x) const;
     double Calcd2Y1dx2(double x) const;
@@ -91,7 +112,7 @@ public:
     void CalcY2(const double* x, double* y, int n) const;
 
     bool IsReady() const { return ready_; }
-    bool HasSecondColumn() const { return !column2_.empty(); }
+    bool HasSecondColumn() const { return twoColumns_; }
     int getPoints() const { return static_cast<int>(x_.size()); }
     /// The x range; 0 without data.
     double getStart() const { return x_.empty() ? 0 : x_.front(); }
@@ -99,10 +120,14 @@ public:
     const char* getName() const { return name_.c_str(); }
 
 private:
-    /// What the curve is made of at a point.
+    /// A point with the cubic of the segment that ends there: y + c1 e + c2 e^2 + c3 e^3, where e
+    /// is what x lies beyond the point. The first point has no cubic, but its c2 as well is half of
+    /// the second derivative there.
     struct Knot {
         double y;
-        double y2;  ///< second derivative
+        double c1;
+        double c2;
+        double c3;
     };
     using Column = std::vector<Knot>;
     struct Gradients {
@@ -115,14 +140,20 @@ private:
 
     bool checkRows(const CSplineData* data, int n) const;
     bool fillColumn(Column& column, const CSplineData* data, double CSplineData::*y,
-                    const Gradients& gradients, std::vector<double>& work) const;
+                    const Gradients& gradients) const;
+    bool makeCubics(Column& column, const CSplineData* data, double CSplineData::*y) const;
     void clear();
     int segmentOf(double x) const;
-    double value(const Column& column, double x) const;
+    bool isEasy(double x) const { return x > easyFrom_ && x < easyTo_; }
+    double easyValue(const Column& column, double x) const {
+        const int k = index_.find(x_.data(), x) + 1;
+        const Knot& knot = column[k];
+        const double e = x - x_[k];
+        return knot.y + e * (knot.c1 + e * (knot.c2 + e * knot.c3));
+    }
+    double carefulValue(const Column& column, double x) const;
     template <class Kind>
     double calc(const Column& column, double x) const;
-    template <class Kind>
-    double at(const Column& column, int k, double x) const;
 
     std::vector<double> x_;
     Column column1_;
@@ -134,6 +165,7 @@ private:
     /// is loaded or two points have the same x.
     double easyFrom_ = 0;
     double easyTo_ = 0;
+    bool twoColumns_ = false;
     bool ready_ = false;
     std::string name_;
 };

@@ -34,34 +34,71 @@ inline bool isNatural(double gradient) {
     return gradient > 9.99e99;
 }
 
-/// The second derivatives d[0..n-1] of the spline through the points x(i), y(i), n >= 2, with x
-/// rising: the solution of the tridiagonal system
-///     h[i-1] d[i-1] + 2 (h[i-1] + h[i]) d[i] + h[i] d[i+1] = 6 (s[i] - s[i-1])
-/// where h and s are the segments' widths and slopes. A clamped end has the slope `start` or `end`
-/// in place of the missing segment's, whose width is 0. `inverse` is room for n numbers.
-template <class X, class Y>
-void solve(int n, X x, Y y, double start, double end, double* d, double* inverse) {
-    // Row 0 as if it had no coupling when natural: its d then comes out as 0.
-    double h = x(1) - x(0);
-    double s = (y(1) - y(0)) / h;
-    inverse[0] = isNatural(start) ? 0 : 1 / (2 * h);
-    d[0] = isNatural(start) ? 0 : 6 * (s - start);
-    for (int i = 1; i < n - 1; ++i) {
-        const double hNext = x(i + 1) - x(i);
-        const double sNext = (y(i + 1) - y(i)) / hNext;
-        const double factor = h * inverse[i - 1];
-        inverse[i] = 1 / (2 * (h + hNext) - h * factor);
-        d[i] = 6 * (sNext - s) - factor * d[i - 1];
+/// Gaussian elimination of the spline's equations from one end. Seen from the other end the curve
+/// is the same with x turned round, and so are its equations.
+template <class X, class Y, class D, class Coupling>
+struct Sweep {
+    const X& x;
+    const Y& y;
+    const D& d;
+    const Coupling& coupling;
+    int end;        ///< the index of the point where the sweep begins
+    int direction;  ///< 1 or -1
+    double h = 0;   ///< width and slope of the segment before the row
+    double s = 0;
+
+    int at(int row) const { return end + direction * row; }
+
+    /// Row 0 says d = 0 at a natural end, and else that the slope is `gradient`.
+    void begin(double gradient) {
+        h = direction * (x(at(1)) - x(at(0)));
+        s = (y(at(1)) - y(at(0))) / h;
+        const bool natural = isNatural(gradient);
+        coupling(at(0)) = natural ? 0 : 0.5;
+        d(at(0)) = natural ? 0 : 3 * (s - direction * gradient) / h;
+    }
+    /// Divides the row by the width after it, which leaves one division in the chain from row to
+    /// row, and makes of it d[row] + coupling[row] d[row+1] = what is kept in d[row].
+    void eliminate(int row) {
+        const double hNext = direction * (x(at(row + 1)) - x(at(row)));
+        const double perWidth = 1 / hNext;
+        const double sNext = (y(at(row + 1)) - y(at(row))) * perWidth;
+        const double ratio = h * perWidth;
+        const double factor = 1 / (2 + ratio * (2 - coupling(at(row - 1))));
+        coupling(at(row)) = factor;
+        d(at(row)) = (6 * (sNext - s) * perWidth - ratio * d(at(row - 1))) * factor;
         h = hNext;
         s = sNext;
     }
-    if (isNatural(end)) {
-        d[n - 1] = 0;
-    } else {
-        const double factor = h * inverse[n - 2];
-        d[n - 1] = (6 * (end - s) - factor * d[n - 2]) / (2 * h - h * factor);
+};
+
+/// The second derivatives d(0) to d(n - 1) of the spline through the points x(i), y(i), n >= 2,
+/// with x rising: the solution of the tridiagonal system
+///     h[i-1] d[i-1] + 2 (h[i-1] + h[i]) d[i] + h[i] d[i+1] = 6 (s[i] - s[i-1])
+/// where h and s are the segments' widths and slopes. A clamped end has the slope `start` or `end`
+/// in place of the missing segment's, whose width is 0. `d` and `coupling` are
+/// functions, too, that return where a number is kept.
+///
+/// The elimination goes from both ends to the middle: neither waits for the other's divisions.
+template <class X, class Y, class D, class Coupling>
+void solve(int n, const X& x, const Y& y, double start, double end, const D& d,
+           const Coupling& coupling) {
+    Sweep<X, Y, D, Coupling> left{x, y, d, coupling, 0, 1};
+    Sweep<X, Y, D, Coupling> right{x, y, d, coupling, n - 1, -1};
+    left.begin(start);
+    right.begin(end);
+    const int half = n / 2;
+    for (int row = 1; row < half; ++row) {
+        left.eliminate(row);
+        right.eliminate(row);
     }
-    for (int i = n - 2; i >= 0; --i) d[i] = (d[i] - (x(i + 1) - x(i)) * d[i + 1]) * inverse[i];
+    if (n % 2) left.eliminate(half);
+    int i = (n - 1) / 2;
+    int j = i + 1;
+    d(i) = (d(i) - coupling(i) * d(j)) / (1 - coupling(i) * coupling(j));
+    d(j) -= coupling(j) * d(i);
+    while (--i >= 0) d(i) -= coupling(i) * d(i + 1);
+    while (++j < n) d(j) -= coupling(j) * d(j - 1);
 }
 
 }  // namespace qvspline
