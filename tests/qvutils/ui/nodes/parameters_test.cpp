@@ -1,6 +1,3 @@
-#include "qvutils/ui/nodes/qvparametersnode.h"
-
-#include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "tests/qvutils/ui/project/project_fixture.h"
 
 namespace {
@@ -8,8 +5,6 @@ namespace {
 class ParametersTest : public ProjectTest {
 protected:
     ParametersTest() {
-        registerVariablesNode();
-        registerParametersNode();
         project = addProject();
         node = add(project, "section", "parametersTB");
         vars = add(project, "v", "variablesTB");

@@ -1,5 +1,3 @@
-#include "qvutils/ui/nodes/qvvariablesnode.h"
-
 #include "tests/qvutils/ui/project/project_fixture.h"
 
 namespace {
@@ -21,7 +19,6 @@ const qvClassInfo ReaderNode::cinfo_ReaderNode("ReaderNode", qvProjectNode::getS
 class VariablesTest : public ProjectTest {
 protected:
     VariablesTest() {
-        registerVariablesNode();
         project = addProject();
         variables = addVariables(project, "v");
     }

@@ -13,10 +13,13 @@ class FileTest : public ProjectTest {
 protected:
     FileTest() { SFHandler::InitialiseCacheDir(directory.file("cache").c_str()); }
 
-    /// A project with a note and a device that owns a side file.
+    /// A project with a note, a variable and a device that owns a side file.
     qvProject* example(const std::string& result = "result of d") {
         qvProject* p = addProject();
         static_cast<qvNotesNode*>(add(p, "n", "notesTB"))->setText("hello\n");
+        auto* variables = static_cast<qvVariablesNode*>(add(p, "v", "variablesTB"));
+        variables->AddVariable("width");
+        variables->SetVariable("width", "2*0.25");
         auto* device = static_cast<DeviceNode*>(add(p, "d"));
         std::ofstream(device->results.UseSFile("modes"), std::ios::binary) << result;
         return p;
@@ -57,6 +60,7 @@ TEST_F(FileTest, a_project_comes_back_as_it_was_saved) {
     EXPECT_EQ(manager.FindNodeByFilename(path.c_str()), p);
     EXPECT_EQ(textOf(*p), before);
     EXPECT_EQ(resultOf(p), "result of d");
+    EXPECT_EQ(p->GetNameSpace()->Find("width")->GetValueString(), "0.5");
     EXPECT_TRUE(p->IsPrepared() && p->FindChild("d")->IsPrepared());
     EXPECT_FALSE(p->IsDirty());
 }
@@ -256,7 +260,8 @@ TEST_F(FileTest, a_save_that_fails_anywhere_leaves_whole_files) {
 
 // Every example of the documentation is a file that loads and is written back as it stands.
 TEST_F(FileTest, the_documented_examples_load) {
-    std::istringstream text(contentOf(QV_DOCS "/file-formats.md"));
+    std::istringstream text(contentOf(QV_DOCS "/file-formats.md") +
+                            contentOf(QV_DOCS "/variables.md"));
     std::string example;
     bool inside = false;
     int count = 0;
@@ -276,7 +281,7 @@ TEST_F(FileTest, the_documented_examples_load) {
             example += line + "\n";
         }
     }
-    EXPECT_GE(count, 2);
+    EXPECT_GE(count, 3);
 }
 
 }  // namespace

@@ -54,6 +54,8 @@ DevicePlugin::DevicePlugin() : registration_(deviceInfo()) {
 ProjectTest::ProjectTest() {
     registerProjectNode();
     registerNotesNode();
+    registerVariablesNode();
+    registerParametersNode();
     loadPlugin();
     qverr().reset();
 }

@@ -7,6 +7,8 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/statefiles/sfhandler.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
+#include "qvutils/ui/nodes/qvparametersnode.h"
+#include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 #include "tests/support/captured_output.h"
 #include "tests/support/temp_directory.h"
@@ -34,7 +36,7 @@ private:
     qvProjectNodeInfoClass registration_;
 };
 
-/// An empty manager with the types projectTB and notesTB, and with deviceTB until unloaded.
+/// An empty manager with the types of this library, and with deviceTB until unloaded.
 class ProjectTest : public testing::Test {
 protected:
     ProjectTest();
