@@ -152,10 +152,16 @@ TEST_F(Evaluation, names_are_resolved_again_when_they_mean_something_else) {
     add("x", "4");
     EXPECT_EQ(parameter.GetValue(), 44.0);
 
-    qvNameSpace elsewhere;
-    addTo(elsewhere, "x", "5");
-    project.setParent(&elsewhere);
-    EXPECT_EQ(parameter.GetValue(), 55.0);
+    // Parents of different age must not look like the state that was read last.
+    for (int age = 12; age >= 0; --age) {
+        qvNameSpace elsewhere;
+        addTo(elsewhere, "x", "1");
+        for (int i = 0; i <= age; ++i) elsewhere.Find("x")->SetValue(100 + i);
+        project.setParent(&elsewhere);
+        EXPECT_EQ(parameter.GetValue(), 11.0 * (100 + age));
+        project.setParent(&space);
+        EXPECT_EQ(parameter.GetValue(), 44.0);
+    }
     EXPECT_EQ(warnings(), "");
 }
 

@@ -111,6 +111,7 @@ TEST_F(Explain, renaming_everywhere_refuses_what_would_change_a_meaning) {
     add(space, "y", "3");
     add(child, "taken", "1");
     add(child, "below", "x+1");
+    add(child, "broken", "unknown");
     const struct {
         const char *from, *to, *message;
     } cases[] = {
@@ -119,6 +120,9 @@ TEST_F(Explain, renaming_everywhere_refuses_what_would_change_a_meaning) {
         {"x", "y", "Duplicate variable name y\n"},
         {"x", "taken",
          "Variable x cannot be renamed in all formulas: taken means something else in one of "
+         "them\n"},
+        {"x", "unknown",
+         "Variable x cannot be renamed in all formulas: unknown means something else in one of "
          "them\n"}};
     for (const auto& c : cases) {
         EXPECT_EQ(space.RenameEverywhere(c.from, c.to), -1);
