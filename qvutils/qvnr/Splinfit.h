@@ -24,18 +24,20 @@ public:
     /// the index was built of.
     int find(const double* x, double value) const {
         const Cell* cell = cells_.data() + static_cast<int>((value - root_.first) * root_.density);
-        while (cell->finer) cell = finerCell(parts_[cell->finer - 1], value);
-        const int low = cell[0].segment;
-        const int high = cell[1].segment;
-        if (high - low <= 1) return low + (value > x[low + 1]);
-        return bisect(x, value, low, high);
+        if (cell->crowd) [[unlikely]]
+            return findInCrowd(cell, x, value);
+        const int k = cell->segment;
+        return k + (value > x[k + 1]);
     }
 
 private:
     struct Cell {
         std::uint16_t segment;  ///< the first that reaches into the cell
-        std::uint16_t finer;    ///< the number (from 1) of the part that divides the cell, or 0
+        /// 0 when at most one point lies in the cell, the number (from 1) of the part that divides
+        /// it, or `undivided`.
+        std::uint16_t crowd;
     };
+    static constexpr std::uint16_t undivided = 0xffff;
     /// A range in cells of equal width.
     struct Part {
         double first;
@@ -45,14 +47,10 @@ private:
         int depth;
     };
 
-    const Cell* finerCell(const Part& part, double value) const {
-        const double place = (value - part.first) * part.density;
-        const double inside = place > 0 ? (place < part.last ? place : part.last) : 0;
-        return cells_.data() + part.offset + static_cast<int>(inside);
-    }
-    static int bisect(const double* x, double value, int low, int high);
+    int findInCrowd(const Cell* cell, const double* x, double value) const;
     void fill(const double* x, const Part& part, int low, int high);
-    void divideCrowds(const double* x, const Part& part);
+    void markCrowds(const double* x, const Part& part);
+    bool divide(const double* x, int depth, int low, int high);
 
     Part root_{};
     std::vector<Cell> cells_;

@@ -1,12 +1,11 @@
 #include <cmath>
-#include <limits>
 
 #include "qvutils/qvnr/Splinfit.h"
 
 namespace {
 
-/// A cell that more points than this lie in is divided.
-constexpr int crowd = 4;
+/// A cell with more points than this is divided.
+constexpr int few = 4;
 /// Points that crowd together at ever smaller scales are bisected from here on.
 constexpr int maxDepth = 6;
 
@@ -19,8 +18,8 @@ void CSplineIndex::build(const double* x, int n, int cells) {
     cells_.reserve(static_cast<std::size_t>(cells) + 1);
     root_ = {x[0], (cells - 1) / (x[n - 1] - x[0]), cells - 1., 0, 0};
     fill(x, root_, 0, n - 2);
-    divideCrowds(x, root_);
-    for (std::size_t i = 0; i < parts_.size(); ++i) divideCrowds(x, Part(parts_[i]));
+    markCrowds(x, root_);
+    for (std::size_t i = 0; i < parts_.size(); ++i) markCrowds(x, Part(parts_[i]));
 }
 
 /// Appends the cells of a part that holds the points from low + 1 to high, and one cell more as the
@@ -38,28 +37,40 @@ void CSplineIndex::fill(const double* x, const Part& part, int low, int high) {
     while (cell < end) *cell++ = {static_cast<std::uint16_t>(high), 0};
 }
 
-void CSplineIndex::divideCrowds(const double* x, const Part& part) {
-    if (part.depth == maxDepth) return;
+void CSplineIndex::markCrowds(const double* x, const Part& part) {
     const int last = part.offset + static_cast<int>(part.last);
     for (int i = part.offset; i <= last; ++i) {
         const int low = cells_[i].segment;
         const int high = cells_[i + 1].segment;
-        if (high - low <= crowd) continue;
-        const int cells = 2 * (high - low);
-        const double density = (cells - 1) / (x[high] - x[low + 1]);
-        const bool full = parts_.size() == std::numeric_limits<std::uint16_t>::max();
-        if (full || !std::isfinite(density)) continue;
-        parts_.push_back(
-            {x[low + 1], density, cells - 1., static_cast<int>(cells_.size()), part.depth + 1});
-        cells_[i].finer = static_cast<std::uint16_t>(parts_.size());
-        fill(x, parts_.back(), low, high);
+        if (high - low <= 1) continue;
+        const bool divided = divide(x, part.depth + 1, low, high);
+        cells_[i].crowd = divided ? static_cast<std::uint16_t>(parts_.size()) : undivided;
     }
 }
 
-/// For a crowd that is too dense for cells; no branch depends on the data.
-int CSplineIndex::bisect(const double* x, double value, int low, int high) {
-    const double* from = x + low + 1;
-    for (int length = high - low; length > 0;) {
+/// Makes a part of the points from low + 1 to high, unless they are few or cannot be told apart.
+bool CSplineIndex::divide(const double* x, int depth, int low, int high) {
+    const int cells = 2 * (high - low);
+    const double density = (cells - 1) / (x[high] - x[low + 1]);
+    if (high - low <= few || depth > maxDepth || parts_.size() + 1 == undivided ||
+        !std::isfinite(density)) {
+        return false;
+    }
+    parts_.push_back({x[low + 1], density, cells - 1., static_cast<int>(cells_.size()), depth});
+    fill(x, Part(parts_.back()), low, high);
+    return true;
+}
+
+/// The cells of ever smaller parts, then a bisection in which no branch depends on the data.
+int CSplineIndex::findInCrowd(const Cell* cell, const double* x, double value) const {
+    while (cell->crowd && cell->crowd != undivided) {
+        const Part& part = parts_[cell->crowd - 1];
+        const double place = (value - part.first) * part.density;
+        const double inside = place > 0 ? (place < part.last ? place : part.last) : 0;
+        cell = cells_.data() + part.offset + static_cast<int>(inside);
+    }
+    const double* from = x + cell[0].segment + 1;
+    for (int length = cell[1].segment - cell[0].segment; length > 0;) {
         const int half = (length + 1) / 2;
         from += half & -static_cast<int>(from[half - 1] < value);
         length -= half;
