@@ -18,7 +18,8 @@ std::string_view withoutBlanks(std::string_view text) {
 void readDefinition(DefinitionLine& line, std::string_view content) {
     const std::string_view statement = content.substr(0, content.find("//"));
     const std::size_t commentStart = statement.find_last_not_of(blanks) + 1;
-    line.comment = content.substr(commentStart, content.find_last_not_of(blanks) + 1 - commentStart);
+    line.comment =
+        content.substr(commentStart, content.find_last_not_of(blanks) + 1 - commentStart);
     const std::size_t equals = statement.find('=');
     if (equals == statement.npos) {
         line.kind = DefinitionLine::noEquals;

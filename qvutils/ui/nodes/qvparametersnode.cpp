@@ -111,9 +111,10 @@ std::unique_ptr<qvParametersNode::Entry> qvParametersNode::readEntry(const Defin
     const std::string name(line.left.substr(start));
     auto entry = std::make_unique<Entry>();
     if (line.kind == DefinitionLine::noEquals) {
-        SyntaxErr("Missing equals in parameter definition: %s"
-                  "   required format: type name = expression\n",
-                  line.told().c_str());
+        SyntaxErr(
+            "Missing equals in parameter definition: %s"
+            "   required format: type name = expression\n",
+            line.told().c_str());
     } else if (!makeValue(type, entry->value)) {
         SyntaxErr("Unknown parameter type %s\n   in parameter definition: %s", type.c_str(),
                   line.told().c_str());

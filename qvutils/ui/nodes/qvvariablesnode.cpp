@@ -27,8 +27,9 @@ const char* flawOf(const DefinitionLine& line, qvNameSpace& space, bool mayBePre
 /// after a syntax error.
 qvNodeVariable* takeVariable(const DefinitionLine& line, qvNameSpace& space) {
     if (line.kind == DefinitionLine::noEquals) {
-        SyntaxErr("Missing equals in variable definition: %s   required format: name = expression\n",
-                  line.told().c_str());
+        SyntaxErr(
+            "Missing equals in variable definition: %s   required format: name = expression\n",
+            line.told().c_str());
         return nullptr;
     }
     if (const char* flaw = flawOf(line, space, true)) {
@@ -115,7 +116,8 @@ bool qvVariablesNode::PreloadVariables(TextBlock& block) {
     forEachDefinitionLine(block, [&](const DefinitionLine& line) {
         if (line.kind != DefinitionLine::assignment || flawOf(line, *space, false)) return;
         if (line.definition.find('"') != line.definition.npos) return;
-        auto* variable = qvNodeVariable::make(*space, QVString(line.left), QVString(line.definition));
+        auto* variable =
+            qvNodeVariable::make(*space, QVString(line.left), QVString(line.definition));
         if (variable) variable->SetPreloaded();
     });
     return true;
@@ -186,8 +188,8 @@ void qvVariablesNode::EnterNameSpace() {
             entries_.back().comment = entry.comment;
             continue;
         }
-        const std::string line = definitionLineText(entry.name.view(), entry.definition.view(),
-                                                    entry.comment.view());
+        const std::string line =
+            definitionLineText(entry.name.view(), entry.definition.view(), entry.comment.view());
         closing_ += std::string_view(line);
         wlwrite(("Duplicate variable name " + std::string(entry.name.view()) +
                  "\n   in variable definition: " + line)

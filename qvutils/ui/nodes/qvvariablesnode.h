@@ -65,7 +65,7 @@ private:
     void clear();
 
     Entries entries_;
-    QVString closing_;  ///< the lines after the last variable
+    QVString closing_;              ///< the lines after the last variable
     qvNameSpace* space_ = nullptr;  ///< that the variables are in
 };
 

@@ -44,8 +44,7 @@ QVString formulaFrom(const QVCommandArgList& args) {
 }  // namespace
 
 void qvVariablesNode::OnPublish() {
-    PublishFn("addvariable", &qvVariablesNode::AddVariable,
-              "( name ): add the specified variable");
+    PublishFn("addvariable", &qvVariablesNode::AddVariable, "( name ): add the specified variable");
     PublishFn("removevariable", &qvVariablesNode::RemoveVariable,
               "( name ): remove the specified variable");
     PublishFn("renamevariable", &qvVariablesNode::RenameVariable,

@@ -26,7 +26,8 @@ protected:
     }
     bool read(const std::string& lines) {
         TextBlock block;
-        EXPECT_TRUE(block.LoadBlock(("begin <parametersTB(1.0)> \"s\"\n" + lines + "end\n").c_str()));
+        EXPECT_TRUE(
+            block.LoadBlock(("begin <parametersTB(1.0)> \"s\"\n" + lines + "end\n").c_str()));
         return node->ReadBlock(block);
     }
     std::string body(const qvProjectNode* of) {
@@ -101,30 +102,6 @@ TEST_F(ParametersTest, parameters_are_named_renamed_and_removed) {
     EXPECT_EQ(get("radius"), "");
     run("removeparameter", "r");
     EXPECT_EQ(body(node), "  // bend\n  // arc\n  double angle = 90\n");
-}
-
-TEST_F(ParametersTest, lines_that_define_nothing_are_told_counted_and_kept) {
-    const std::string lines =
-        "  double a = 1\n"
-        "  b\n"
-        "  c = 1\n"
-        "  double a = 2\n"
-        "  int 1x = 2\n"
-        "  int paste = 2\n"
-        "  int t = \"1\"\n";
-    output.takeWarnings();
-    ASSERT_TRUE(read(lines));
-    EXPECT_EQ(int(qverr()), 504);
-    qverr().reset();
-    EXPECT_EQ(output.takeWarnings(),
-              "Missing equals in parameter definition: b\n"
-              "   required format: type name = expression\n"
-              "Unknown parameter type c\n   in parameter definition: c = 1\n"
-              "Duplicate parameter name a\n   in parameter definition: double a = 2\n"
-              "Invalid parameter name 1x\n   in parameter definition: int 1x = 2\n"
-              "Reserved parameter name paste\n   in parameter definition: int paste = 2\n"
-              "Double quote in parameter definition: int t = \"1\"\n");
-    EXPECT_EQ(body(node), lines);
 }
 
 TEST_F(ParametersTest, formulas_follow_their_node_into_another_project) {

@@ -29,7 +29,8 @@ protected:
     /// Reads a block with these lines.
     bool read(qvProjectNode* node, const std::string& lines) {
         TextBlock block;
-        EXPECT_TRUE(block.LoadBlock(("begin <variablesTB(1.0)> \"v\"\n" + lines + "end\n").c_str()));
+        EXPECT_TRUE(
+            block.LoadBlock(("begin <variablesTB(1.0)> \"v\"\n" + lines + "end\n").c_str()));
         return node->ReadBlock(block);
     }
     std::string body(const qvProjectNode* node) {
@@ -151,18 +152,17 @@ TEST_F(VariablesTest, commands_change_the_variables_and_make_the_project_dirty) 
         const char* command;
         const char* args;
         const char* lines;
-    } steps[] = {
-        {"addvariable", "a", "  a = 0\n"},
-        {"addvariable", "b", "  a = 0\n  b = 0\n"},
-        {"setvariable", "a, 1.50", "  a = 1.5\n  b = 0\n"},
-        {"setvariable", "b, max(a, 4)", "  a = 1.5\n  b = max(a,4)\n"},
-        {"raisevariable", "b", "  b = max(a,4)\n  a = 1.5\n"},
-        {"lowervariable", "b", "  a = 1.5\n  b = max(a,4)\n"},
-        {"renamevariable", "b, c", "  a = 1.5\n  c = max(a,4)\n"},
-        {"setvariable", "c, \"a\\n+ 1\"", "  a = 1.5\n  c = a + 1\n"},
-        {"setvariable", "a, (1,-2)", "  a = (1,-2)\n  c = a + 1\n"},
-        {"renameeverywhere", "a, x", "  x = (1,-2)\n  c = x + 1\n"},
-        {"removevariable", "x", "  c = x + 1\n"}};
+    } steps[] = {{"addvariable", "a", "  a = 0\n"},
+                 {"addvariable", "b", "  a = 0\n  b = 0\n"},
+                 {"setvariable", "a, 1.50", "  a = 1.5\n  b = 0\n"},
+                 {"setvariable", "b, max(a, 4)", "  a = 1.5\n  b = max(a,4)\n"},
+                 {"raisevariable", "b", "  b = max(a,4)\n  a = 1.5\n"},
+                 {"lowervariable", "b", "  a = 1.5\n  b = max(a,4)\n"},
+                 {"renamevariable", "b, c", "  a = 1.5\n  c = max(a,4)\n"},
+                 {"setvariable", "c, \"a\\n+ 1\"", "  a = 1.5\n  c = a + 1\n"},
+                 {"setvariable", "a, (1,-2)", "  a = (1,-2)\n  c = a + 1\n"},
+                 {"renameeverywhere", "a, x", "  x = (1,-2)\n  c = x + 1\n"},
+                 {"removevariable", "x", "  c = x + 1\n"}};
     for (const auto& step : steps) {
         project->setDirty(false);
         const std::string answer = run(step.command, step.args);
@@ -184,27 +184,26 @@ TEST_F(VariablesTest, commands_refuse_what_is_wrong_and_change_nothing) {
         const char* command;
         const char* args;
         const char* message;
-    } cases[] = {
-        {"addvariable", "a", "Duplicate variable name a\n"},
-        {"addvariable", "far", "Duplicate variable name far\n"},
-        {"addvariable", "2a", "Invalid variable name 2a\n"},
-        {"addvariable", "\"\"", "Invalid variable name \n"},
-        {"renamevariable", "a, far", "Duplicate variable name far\n"},
-        {"renamevariable", "a, \"\"", "Invalid variable name \n"},
-        {"renameeverywhere", "a, far", "Duplicate variable name far\n"},
-        {"renameeverywhere", "a, cos", "Invalid variable name cos\n"},
-        {"removevariable", "b", "Variable b not found\n"},
-        {"renamevariable", "b, c", "Variable b not found\n"},
-        {"setvariable", "b, 1", "Variable b not found\n"},
-        {"getvariable", "b", "Variable b not found\n"},
-        {"why", "b", "Variable b not found\n"},
-        {"removevariable", "far", "Variable far not in this variables node\n"},
-        {"setvariable", "far, 1", "Variable far not in this variables node\n"},
-        {"raisevariable", "far", "Variable far not found in this variables node\n"},
-        {"lowervariable", "far", "Variable far not found in this variables node\n"},
-        {"setvariable", "a", "insufficient arguments\n"},
-        {"setvariable", "a, \"1 // 2\"",
-         "a formula cannot have \"//\", which begins a comment in the project file\n"}};
+    } cases[] = {{"addvariable", "a", "Duplicate variable name a\n"},
+                 {"addvariable", "far", "Duplicate variable name far\n"},
+                 {"addvariable", "2a", "Invalid variable name 2a\n"},
+                 {"addvariable", "\"\"", "Invalid variable name \n"},
+                 {"renamevariable", "a, far", "Duplicate variable name far\n"},
+                 {"renamevariable", "a, \"\"", "Invalid variable name \n"},
+                 {"renameeverywhere", "a, far", "Duplicate variable name far\n"},
+                 {"renameeverywhere", "a, cos", "Invalid variable name cos\n"},
+                 {"removevariable", "b", "Variable b not found\n"},
+                 {"renamevariable", "b, c", "Variable b not found\n"},
+                 {"setvariable", "b, 1", "Variable b not found\n"},
+                 {"getvariable", "b", "Variable b not found\n"},
+                 {"why", "b", "Variable b not found\n"},
+                 {"removevariable", "far", "Variable far not in this variables node\n"},
+                 {"setvariable", "far, 1", "Variable far not in this variables node\n"},
+                 {"raisevariable", "far", "Variable far not found in this variables node\n"},
+                 {"lowervariable", "far", "Variable far not found in this variables node\n"},
+                 {"setvariable", "a", "insufficient arguments\n"},
+                 {"setvariable", "a, \"1 // 2\"",
+                  "a formula cannot have \"//\", which begins a comment in the project file\n"}};
     project->setDirty(false);
     for (const auto& c : cases) {
         EXPECT_EQ(run(c.command, c.args), c.message) << c.command << c.args;
@@ -281,8 +280,9 @@ TEST_F(VariablesTest, a_project_that_is_read_again_has_its_own_variables) {
     EXPECT_EQ(value("a"), "1");
     EXPECT_EQ(value("a", other), "10");
     // One that cannot be read leaves the old ones.
-    ASSERT_TRUE(block.LoadBlock("begin <projectTB(9.0)> \"p\"\nbegin <variablesTB(1.0)> \"v\"\n"
-                                "a = 7\nend\nend\n"));
+    ASSERT_TRUE(
+        block.LoadBlock("begin <projectTB(9.0)> \"p\"\nbegin <variablesTB(1.0)> \"v\"\n"
+                        "a = 7\nend\nend\n"));
     EXPECT_FALSE(project->ReadBlock(block));
     error();
     EXPECT_EQ(value("a"), "1");
@@ -298,10 +298,11 @@ TEST_F(VariablesTest, objects_may_stand_before_the_variables_that_they_use) {
     const qvProjectNodeInfoClass registration(info);
     ASSERT_TRUE(qvProjectNodeInfoClass::Register());
     TextBlock block;
-    ASSERT_TRUE(block.LoadBlock("begin <projectTB(1.0)> \"p\"\n"
-                                "begin <readerTB(1.0)> \"r\"\nend\n"
-                                "begin <variablesTB(1.0)> \"v\"\nwidth = 2*gap\nend\n"
-                                "begin <variablesTB(1.0)> \"w\"\ngap = 1.25\nend\nend\n"));
+    ASSERT_TRUE(
+        block.LoadBlock("begin <projectTB(1.0)> \"p\"\n"
+                        "begin <readerTB(1.0)> \"r\"\nend\n"
+                        "begin <variablesTB(1.0)> \"v\"\nwidth = 2*gap\nend\n"
+                        "begin <variablesTB(1.0)> \"w\"\ngap = 1.25\nend\nend\n"));
     ASSERT_TRUE(project->ReadBlock(block)) << error();
     EXPECT_EQ(static_cast<ReaderNode*>(project->FindChild("r"))->seen, "2.5");
     manager.ClearNodes();

@@ -48,7 +48,8 @@ TEST_F(NodeInfoTest, an_unloaded_plugin_leaves_no_registration) {
     qvProjectNode* p = manager.FindChild("p");
     EXPECT_TRUE(p->AddSubnode("deviceTB", "d"));
     EXPECT_STREQ(p->getPublishedElt("addsubnode", true).getDescription(),
-                 "( blocktype, newname ): add a new subnode; blocktype=notesTB,variablesTB,parametersTB,deviceTB");
+                 "( blocktype, newname ): add a new subnode; "
+                 "blocktype=notesTB,variablesTB,parametersTB,deviceTB");
 }
 
 TEST_F(NodeInfoTest, file_dialogs_offer_every_type_with_a_suffix) {
