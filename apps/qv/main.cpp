@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "apps/qv/evaluate.h"
 #include "apps/qv/host.h"
 #include "apps/qv/options.h"
 #include "apps/qv/prompt.h"
@@ -85,6 +86,9 @@ int main(int argc, char** argv) {
         std::fputs(usage().c_str(), stdout);
     } else if (options.action == Options::Action::version) {
         std::printf("qv %s, %s\n", QV_VERSION, qvAppBase::versionTag());
+    } else if (options.action == Options::Action::eval) {
+        qvplatform::prepareConsole();
+        status = runEval(options.inputs);
     } else {
         status = runCommands(options);
     }

@@ -34,6 +34,14 @@ const Word words[] = {
          options.inputs.push_back(arguments[next++]);
          return true;
      }},
+    {"eval", " FORMULA...", "evaluate formulas; \"qv eval --help\" tells more",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         if (!chooseAction(options, Action::eval)) return false;
+         options.inputs.assign(arguments.begin() + static_cast<std::ptrdiff_t>(next),
+                               arguments.end());
+         next = arguments.size();
+         return true;
+     }},
     {"--stop-on-error", "", "stop at the first statement that fails",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return options.stopOnError = true;
@@ -92,6 +100,7 @@ std::string usage() {
     std::string text =
         "usage: qv [OPTION...] run FILE...   execute command files\n"
         "       qv [OPTION...] -c TEXT       execute a text\n"
+        "       qv eval FORMULA...           a calculator\n"
         "       qv [OPTION...]               type commands; end with Ctrl-D or \"quit\"\n\n";
     for (const Word& word : words) {
         std::string left = std::string("  ") + word.name + word.argument;

@@ -4,10 +4,10 @@
 
 /// What the command line asks for.
 struct Options {
-    enum class Action { prompt, files, text, help, version };
+    enum class Action { prompt, files, text, eval, help, version };
 
     Action action = Action::prompt;
-    /// The files of `run`, or the texts of -c.
+    /// The files of `run`, the texts of -c, or all that follows `eval`.
     std::vector<std::string> inputs;
     bool stopOnError = false;
     bool echo = false;

@@ -1,0 +1,132 @@
+#include "apps/qv/evaltable.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+/// Room for any number's shortest text.
+struct NumberText {
+    explicit NumberText(double value) {
+        end = std::to_chars(text, text + sizeof text, std::isnan(value) ? NAN : value).ptr;
+    }
+    std::string_view view() const { return {text, static_cast<std::size_t>(end - text)}; }
+
+    char text[32];
+    char* end;
+};
+
+/// Standard output in large pieces.
+class Output {
+public:
+    Output() = default;
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output() { flush(); }
+
+    Output& operator<<(std::string_view text) {
+        buffer_ += text;
+        if (buffer_.size() > pieceSize) flush();
+        return *this;
+    }
+
+private:
+    static constexpr std::size_t pieceSize = 1 << 16;
+
+    void flush() {
+        std::fwrite(buffer_.data(), 1, buffer_.size(), stdout);
+        buffer_.clear();
+    }
+
+    std::string buffer_;
+};
+
+// Control characters become blanks, so that a line of the table stays a line.
+std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < ' ') c = ' ';
+    return text;
+}
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (char c : text) {
+        if (c == '"') quoted += '"';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+std::string jsonString(const std::string& text) {
+    std::string quoted = "\"";
+    for (char c : text) {
+        if (c == '"' || c == '\\') quoted += '\\';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+void writeCsv(const std::vector<EvalColumn>& columns, std::size_t rows) {
+    Output out;
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        out << (i > 0 ? "," : "") << csvField(oneLine(columns[i].name));
+    out << "\n";
+    for (std::size_t row = 0; row < rows; ++row) {
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            out << (i > 0 ? "," : "") << NumberText(columns[i][row]).view();
+        out << "\n";
+    }
+}
+
+void writeJson(const std::vector<EvalColumn>& columns, std::size_t rows) {
+    Output out;
+    out << "{\"columns\": [";
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        out << (i > 0 ? ", " : "") << jsonString(oneLine(columns[i].name));
+    out << "],\n \"rows\": [";
+    for (std::size_t row = 0; row < rows; ++row) {
+        out << (row > 0 ? ",\n  [" : "\n  [");
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const double value = columns[i][row];
+            out << (i > 0 ? ", " : "");
+            out << (std::isfinite(value) ? NumberText(value).view() : "null");
+        }
+        out << "]";
+    }
+    out << "]}\n";
+}
+
+// Columns as wide as their widest text, aligned to the right.
+void writeAligned(const std::vector<EvalColumn>& columns, std::size_t rows) {
+    Output out;
+    std::vector<std::size_t> widths;
+    for (const EvalColumn& column : columns) {
+        std::size_t width = column.name.size();
+        for (std::size_t row = 0; row < rows; ++row)
+            width = std::max(width, NumberText(column[row]).view().size());
+        widths.push_back(width);
+    }
+    const auto write = [&](std::size_t i, std::string_view text) {
+        out << std::string(widths[i] - text.size() + (i > 0 ? 2 : 0), ' ') << text;
+    };
+    for (std::size_t i = 0; i < columns.size(); ++i) write(i, oneLine(columns[i].name));
+    out << "\n";
+    for (std::size_t row = 0; row < rows; ++row) {
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            write(i, NumberText(columns[i][row]).view());
+        out << "\n";
+    }
+}
+
+}  // namespace
+
+void writeTable(EvalOptions::Format format, const std::vector<EvalColumn>& columns,
+                std::size_t rows) {
+    static constexpr void (*writers[])(const std::vector<EvalColumn>&, std::size_t) = {
+        writeAligned, writeCsv, writeJson};
+    writers[static_cast<int>(format)](columns, rows);
+}
