@@ -171,6 +171,8 @@ void qvWorkers::awaitEnd(std::uint32_t rest, double seconds) {
 }
 
 bool qvWorkers::start(int count) {
+    // Asked before the guard is made, so that what threads need to end is there for longer than it.
+    qvTaskThreadId();
     // Its destructor ends the workers with the program, or before the library's code goes.
     static const struct Guard {
         ~Guard() { qvWorkers::instance().stop(1); }

@@ -40,11 +40,11 @@ TEST(LoopPolicies, adaptive_stride_looks_at_the_time_of_forty_loops) {
     } rows[] = {
         {999, 1, 2, noLimit, 999 * 40.0, 5},       // 200 / 40; a share of 499 may have odd parts
         {1000, 1, 2, noLimit, 1000 * 40.0, 6},     // a share of 500 may not
-        {999, 1, 2, noLimit, 999 * 1e6, 1},        // no part shorter than an index
+        {999, 1, 2, noLimit, 999 * 1e3, 1},        // no part shorter than an index
         {1000, 10, 2, noLimit, 1000 * 40.0, 2},    // 400 for a granule: 1, made even
         {1000, 1, 2, noLimit, 1, 1000},            // no part longer than the loop
-        {999, 1, 2, 100, 999 * 1e6, 10},           // not more parts than the limit
-        {1000, 1, 2, 300, 1000 * 1e6, 4},
+        {999, 1, 2, 100, 999 * 1e3, 10},           // not more parts than the limit
+        {1000, 1, 2, 300, 1000 * 1e3, 4},
     };
     for (const auto& row : rows) {
         qvTask::AdaptiveStride adaptive;
