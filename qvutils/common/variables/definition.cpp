@@ -5,6 +5,9 @@
 #include "qvutils/common/variables/qvnamespace.h"
 #include "qvutils/common/variables/references.h"
 
+/// So many of a formula's unknown names are told.
+static constexpr std::size_t mostUnknown = 20;
+
 void qvDefinition::prepare(qvNamedVariable& owner) {
     owner_ = &owner;
     space_ = owner.space_;
@@ -35,7 +38,8 @@ void qvDefinition::scan(const QVString& formula) {
     qvForEachReference(formula, [&](QVText name) {
         if (qvNamedVariable* variable = space_->Find(name)) {
             use(name, variable);
-        } else if (std::none_of(unknown.begin(), unknown.end(),
+        } else if (unknown.size() < mostUnknown &&
+                   std::none_of(unknown.begin(), unknown.end(),
                                 [&](const QVString& u) { return u.view() == name.view(); })) {
             unknown.emplace_back(name.view());
         }
@@ -44,11 +48,14 @@ void qvDefinition::scan(const QVString& formula) {
 
 int qvDefinition::use(QVText name, qvNamedVariable* variable) {
     if (variable == owner_) usesItself = true;
-    const auto known = std::find_if(uses.begin(), uses.end(),
-                                    [&](const Use& u) { return u.variable == variable; });
-    const auto index = static_cast<int>(known - uses.begin());
-    if (known == uses.end()) uses.push_back({QVString(name.view()), variable});
-    return index;
+    // Each variable notes where it was last put, so that a formula may use any number of them.
+    auto place = static_cast<std::size_t>(variable->place_);
+    if (place >= uses.size() || uses[place].variable != variable) {
+        place = uses.size();
+        variable->place_ = static_cast<int>(place);
+        uses.push_back({QVString(name.view()), variable});
+    }
+    return static_cast<int>(place);
 }
 
 bool qvDefinition::findName(QVText name, QVNameHandle& handle) {
@@ -64,6 +71,7 @@ bool qvDefinition::readName(const QVNameHandle& handle, std::complex<double>& va
 }
 
 void qvDefinition::listNames(std::vector<QVString>& names) {
+    if (!space_->maySuggest()) return;
     space_->listNames(names);
     // Naming itself would not help.
     std::erase(names, owner_->name_);

@@ -24,8 +24,8 @@ struct qvDefinition final : QVNameSource {
     qvNameSpace* asNameSpace() override { return space_; }
 
     QVExpressionC expression;
-    bool stale = true;  ///< the formula has changed
-    Error error;        ///< of the compilation
+    bool stale = true;      ///< the formula has changed
+    Error error;            ///< of the compilation
     std::vector<Use> uses;  ///< each variable once
     std::vector<QVString> unknown;
     bool usesItself = false;

@@ -150,8 +150,7 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
         const auto order = static_cast<std::size_t>(use.variable->order_);
         return order < members.size() && members[order] == use.variable ? use.variable->order_ : -1;
     };
-    const std::vector<int> way =
-        shortestCircle(static_cast<int>(members.size()), uses, position);
+    const std::vector<int> way = shortestCircle(static_cast<int>(members.size()), uses, position);
 
     warnCircular(*members.front());
     QVString path, formulas;
@@ -169,16 +168,16 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
 }
 
 void qvEvaluation::warnCircular(const qvNamedVariable& variable) {
-    warnings_ += (variable.name_.Empty() ? "Expression " + variable.expression_
-                                         : "Variable " + variable.name_ + " = " +
-                                               variable.expression_) +
-                 " is directly or indirectly circular\n";
+    warnings_ +=
+        (variable.name_.Empty() ? "Expression " + variable.expression_
+                                : "Variable " + variable.name_ + " = " + variable.expression_) +
+        " is directly or indirectly circular\n";
 }
 
 void qvEvaluation::warnFailure(qvNamedVariable& variable, const char* message) {
-    warnings_ += (variable.name_.Empty() ? "Expression \"" : "Variable \"" + variable.name_ +
-                                                                 "\" = \"") +
-                 variable.expression_ + "\" could not be evaluated: " + message;
+    warnings_ +=
+        (variable.name_.Empty() ? "Expression \"" : "Variable \"" + variable.name_ + "\" = \"") +
+        variable.expression_ + "\" could not be evaluated: " + message;
     if (warnings_.Lastchar() != '\n') warnings_ += '\n';
     warnings_ += qvShowFault(variable.expression_, variable.definition_->expression.getFault());
 }

@@ -104,15 +104,16 @@ int qvNameSpace::RenameEverywhere(const QVString& from, const QVString& to) {
         rewrites.clear();
         const qvReferences references(*this);
         if (references.planRename(variable, to, rewrites)) return true;
-        qverr().setf("Variable %s cannot be renamed in all formulas: %s means something else in "
-                     "one of them\n",
-                     from.Chars(), to.Chars());
+        qverr().setf(
+            "Variable %s cannot be renamed in all formulas: %s means something else in "
+            "one of them\n",
+            from.Chars(), to.Chars());
         return false;
     };
     const auto announce = [&](int event) {
         raise(event, variable);
         for (const qvReferences::Rewrite& r : rewrites) {
-            if (r.variable->announces()) r.variable->space_->raise(event, r.variable);
+            if (!r.variable->IsTemporary()) r.variable->space_->raise(event, r.variable);
         }
     };
     if (!plan()) return -1;

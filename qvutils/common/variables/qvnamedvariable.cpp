@@ -107,12 +107,12 @@ void qvNamedVariable::change(Change store) {
         store();
         return;
     }
-    if (announces()) space_->raise(qvNameSpaceEvent::willChange, this);
+    if (announcesBefore()) space_->raise(qvNameSpaceEvent::willChange, this);
     {
         const qvAutoLock lock(space_->lock_);
         store();
     }
-    if (announces()) space_->raise(qvNameSpaceEvent::changed, this);
+    if (announcesAfter()) space_->raise(qvNameSpaceEvent::changed, this);
 }
 
 bool qvNamedVariable::IsNameValid(const QVString& name) {
@@ -155,7 +155,7 @@ void qvNamedVariable::storeName(const QVString& name) {
     name_ = name;
     if (!space_) return;
     if (entered && !name_.Empty()) space_->names_.add(name_.view(), this);
-    space_->clock_.tickNames();
+    space_->noteChange(*this, true);
     nameTime_ = space_->GetPseudoTime();
 }
 
@@ -213,7 +213,7 @@ void qvNamedVariable::noteNewDefinition() {
     // Kept for the reading that may be using it at this moment.
     if (definition_) definition_->stale = true;
     if (!space_) return;
-    space_->clock_.tick();
+    space_->noteChange(*this, false);
     definitionTime_ = space_->GetPseudoTime();
 }
 

@@ -37,7 +37,9 @@ public:
     bool SetName(const QVString& name);
     static bool IsNameValid(const QVString& name);
     bool IsNameUnique(const QVString& name) const;
-    static bool IsStartCharacter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+    static bool IsStartCharacter(char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    }
     static bool IsContinuationCharacter(char c) {
         return IsStartCharacter(c) || (c >= '0' && c <= '9') || c == '_';
     }
@@ -112,7 +114,8 @@ private:
     void storeExpression(const QVString& text);
     void noteNewDefinition();
     QVString definitionText() const;
-    bool announces() const { return !(flags_ & (temporary | property | unregistered)); }
+    bool announcesBefore() const { return !(flags_ & (temporary | property | unregistered)); }
+    bool announcesAfter() const { return !(flags_ & temporary); }
     template <class Change>
     void change(Change store);
     void detach();
@@ -136,6 +139,7 @@ private:
     // While it is being computed: by whom, and its place there.
     qvEvaluation* evaluation_ = nullptr;
     int order_ = 0;
+    int place_ = 0;  ///< in the list of uses to which it was added last
     // The other variables of the namespace that are not entered in it.
     qvNamedVariable* next_ = nullptr;
     qvNamedVariable* previous_ = nullptr;

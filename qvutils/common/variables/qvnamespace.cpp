@@ -109,8 +109,8 @@ bool qvNameSpace::findName(QVText name, QVNameHandle& handle) {
     const qvAutoLock lock(lock_);
     qvNamedVariable* found = Find(name);
     if (!found) return false;
-    const auto entry = handles_.insert_or_assign(std::string(name.view()),
-                                                 LookedUp{found, clock_.names()});
+    const auto entry =
+        handles_.insert_or_assign(std::string(name.view()), LookedUp{found, clock_.names()});
     handle.object = &*entry.first;
     return true;
 }
@@ -233,6 +233,26 @@ void qvNameSpace::unattach(qvNamedVariable* variable) {
 
 void qvNameSpace::raise(int event, qvNamedVariable* variable) {
     source_.RaiseEvent(event, variable, this);
+}
+
+/// Looking for near names takes a walk over all names. When thousands of formulas fail at once, the
+/// first ones are enough.
+bool qvNameSpace::maySuggest() {
+    constexpr int most = 50;
+    const std::uint64_t names = clock_.names();
+    if (suggestedAt_ != names) suggestions_ = 0;
+    suggestedAt_ = names;
+    return suggestions_++ < most;
+}
+
+void qvNameSpace::noteChange(const qvNamedVariable& variable, bool ofName) {
+    if (variable.IsTemporary()) {
+        ++quietChanges_;
+    } else if (ofName) {
+        clock_.tickNames();
+    } else {
+        clock_.tick();
+    }
 }
 
 void qvNameSpace::NotifyVariableWillChange(int index) {

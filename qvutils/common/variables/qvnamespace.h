@@ -79,9 +79,9 @@ public:
     /// not unique, or when it would mean something else in one of the formulas.
     int RenameEverywhere(const QVString& from, const QVString& to);
 
-    // For expressions of any kind that take their names from here (QVExpression::setNameSpace). What
-    // a name means is looked up anew when names have changed; an expression outlives a variable that
-    // it uses, but not the namespace.
+    // For expressions of any kind that take their names from here (QVExpression::setNameSpace).
+    // What a name means is looked up anew when names have changed; an expression outlives a
+    // variable that it uses, but not the namespace.
     bool findName(QVText name, QVNameHandle& handle) override;
     bool readName(const QVNameHandle& handle, std::complex<double>& value) override;
     /// The names of the variables, parents included.
@@ -99,7 +99,9 @@ protected:
     void NotifyVariableWillChange(int index);
     void NotifyVariableChanged(int index, int* newTime);
     /// Rises with every change; a value computed at an earlier time is out of date.
-    int GetPseudoTime() const { return static_cast<int>(clock_.own()); }
+    int GetPseudoTime() const {
+        return static_cast<int>(clock_.own() + quietChanges_.load(std::memory_order_acquire));
+    }
 
 private:
     friend class qvEvaluation;
@@ -124,18 +126,23 @@ private:
     void compact();
     qvNamedVariable* findOwn(QVText name) const;
     void raise(int event, qvNamedVariable* variable);
+    bool maySuggest();
+    void noteChange(const qvNamedVariable& variable, bool ofName);
     void copyVariables(const qvNameSpace& other);
     void joinParent(qvNameSpace* parent);
     void leaveParent();
     std::vector<qvNameSpace*> descendants();
 
     qvPseudoClock clock_;
+    std::atomic<std::uint64_t> quietChanges_ = 0;  ///< that made no other value out of date
     mutable qvCritSection lock_{"namespace"};
     qvNamedVariableArray variables_;  ///< null where one was removed since compact()
     std::atomic<int> size_ = 0;
     int holes_ = 0;
     qvNameTable names_;
-    Handles handles_;  ///< its entries stay where they are
+    int suggestions_ = 0;  ///< of near names, made while names meant the same
+    std::uint64_t suggestedAt_ = 0;
+    Handles handles_;    ///< its entries stay where they are
     int computing_ = 0;  ///< readings under way; while there are any, no variable may leave
     qvNamedVariable* attached_ = nullptr;  ///< the first of the temporary and property variables
     qvNameSpace* parent_ = nullptr;

@@ -48,7 +48,8 @@ private:
         }
     }
 
-    static bool isAsRecorded(const qvNamedVariable& variable, const qvNamedVariableSnapshot& record) {
+    static bool isAsRecorded(const qvNamedVariable& variable,
+                             const qvNamedVariableSnapshot& record) {
         if (variable.name_ != record.name || variable.plain_ != record.plain) return false;
         return record.plain ? variable.published() == record.value
                             : variable.expression_ == record.expression;
@@ -84,9 +85,7 @@ private:
         }
     }
 
-    void announce(int event, const Pair& p) {
-        if (p.variable->announces()) space_.raise(event, p.variable);
-    }
+    void announce(int event, const Pair& p) { space_.raise(event, p.variable); }
 
     qvNameSpace& space_;
     const qvNamedVariableSnapshotArray& records_;

@@ -1,7 +1,5 @@
 #include "qvutils/common/variables/references.h"
 
-#include <algorithm>
-
 #include "qvutils/common/formula/qvfnparserComm.h"
 
 void qvForEachReference(const QVString& formula, const std::function<void(QVText name)>& callback) {
@@ -41,10 +39,7 @@ std::vector<qvNamedVariable*> qvReferences::usedBy(const qvNamedVariable& variab
     std::vector<qvNamedVariable*> used;
     if (variable.plain_ || !variable.space_) return used;
     qvForEachReference(variable.expression_, [&](QVText name) {
-        qvNamedVariable* found = variable.space_->Find(name);
-        if (found && std::find(used.begin(), used.end(), found) == used.end()) {
-            used.push_back(found);
-        }
+        if (qvNamedVariable* found = variable.space_->Find(name)) used.push_back(found);
     });
     return used;
 }

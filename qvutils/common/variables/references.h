@@ -22,7 +22,7 @@ public:
     const std::vector<qvNamedVariable*>& formulas() const { return formulas_; }
     std::vector<qvNameSpace::Use> usersOf(qvNamedVariable* variable) const;
 
-    /// The variables that a formula uses, each once.
+    /// The variables that a formula uses, once for each time it does.
     static std::vector<qvNamedVariable*> usedBy(const qvNamedVariable& variable);
 
     struct Rewrite {

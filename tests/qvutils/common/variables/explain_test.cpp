@@ -31,21 +31,24 @@ TEST_F(Explain, shows_the_tree_of_a_formula_with_each_value) {
     add(space, "area", "width*max(width, gap)+lost");
     add(space, "a", "b+1");
     add(space, "b", "gap*a");
-    EXPECT_EQ(space.Explain("area"), "area = width*max(width, gap)+lost  [0]\n"
-                                     "  width = 2*gap+0.5  [3]\n"
-                                     "    gap = 1.25\n"
-                                     "  gap = 1.25\n"
-                                     "  lost is not defined\n");
-    EXPECT_EQ(space.Explain("a"), "a = b+1  [0]\n"
-                                  "  b = gap*a  [0]\n"
-                                  "    gap = 1.25\n"
-                                  "    a = b+1  [0], circular\n");
+    EXPECT_EQ(space.Explain("area"),
+              "area = width*max(width, gap)+lost  [0]\n"
+              "  width = 2*gap+0.5  [3]\n"
+              "    gap = 1.25\n"
+              "  gap = 1.25\n"
+              "  lost is not defined\n");
+    EXPECT_EQ(space.Explain("a"),
+              "a = b+1  [0]\n"
+              "  b = gap*a  [0]\n"
+              "    gap = 1.25\n"
+              "    a = b+1  [0], circular\n");
     EXPECT_EQ(space.Explain("c"), "c is not defined\n");
     qvNamedVariable parameter(&space, qvNamedVariable::temporary, -1);
     parameter.SetExpression("width+sum(k=1:2, k*width)");
-    EXPECT_EQ(parameter.Explain(), "width+sum(k=1:2, k*width)  [12]\n"
-                                   "  width = 2*gap+0.5  [3]\n"
-                                   "    gap = 1.25\n");
+    EXPECT_EQ(parameter.Explain(),
+              "width+sum(k=1:2, k*width)  [12]\n"
+              "  width = 2*gap+0.5  [3]\n"
+              "    gap = 1.25\n");
 }
 
 TEST_F(Explain, shows_shared_parts_once_and_has_an_end) {
@@ -54,9 +57,10 @@ TEST_F(Explain, shows_shared_parts_once_and_has_an_end) {
         const std::string below = "x" + std::to_string(i - 1);
         add(space, ("x" + std::to_string(i)).c_str(), (below + "+0*(" + below + "*2)").c_str());
     }
-    EXPECT_EQ(space.Explain("x2"), "x2 = x1+0*(x1*2)  [1]\n"
-                                   "  x1 = x0+0*(x0*2)  [1]\n"
-                                   "    x0 = 1\n");
+    EXPECT_EQ(space.Explain("x2"),
+              "x2 = x1+0*(x1*2)  [1]\n"
+              "  x1 = x0+0*(x0*2)  [1]\n"
+              "    x0 = 1\n");
     EXPECT_LT(space.Explain("x999").Freq('\n'), 50);
     QVString all = "0";
     for (int i = 1; i < 1000; ++i) all += "+x" + QVString(std::to_string(i).c_str());

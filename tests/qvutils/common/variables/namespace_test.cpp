@@ -109,8 +109,7 @@ TEST(NameSpace, values_are_numbers_and_other_text_is_a_formula) {
     EXPECT_TRUE(v->SetValueOrExpression("a +\r\nb\n+c"));
     EXPECT_EQ(v->GetExpression(), "a + b +c");
     EXPECT_FALSE(v->SetExpression("\"a\""));
-    EXPECT_STREQ(qverr().chars_and_reset(),
-                 "an expression cannot contain a double quote: \"a\"\n");
+    EXPECT_STREQ(qverr().chars_and_reset(), "an expression cannot contain a double quote: \"a\"\n");
     EXPECT_EQ(v->GetExpression(), "a + b +c");
 }
 

@@ -23,7 +23,10 @@ TEST(NameSpaceThreads, readers_never_see_torn_or_mixed_values) {
         parameter.SetExpression("pair/3");
         for (; !done; ++readings) {
             for (int i = 0; i < 30; ++i) {
-                const std::complex<double> value = (i % 3 ? x : i % 2 ? pair : &parameter)->GetValue();
+                const std::complex<double> value = (i % 3   ? x
+                                                    : i % 2 ? pair
+                                                            : &parameter)
+                                                       ->GetValue();
                 if (value.real() != value.imag()) ++wrong;
             }
             if (same->GetValue() != 0.0) ++wrong;
