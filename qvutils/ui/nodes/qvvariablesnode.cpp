@@ -83,12 +83,13 @@ qvVariablesNode::~qvVariablesNode() {
 }
 
 void qvVariablesNode::clear() {
-    for (Entry& entry : entries_) {
-        if (!entry.variable) continue;
-        entry.variable->node = nullptr;
-        delete entry.variable;
+    // One by one, as listeners of the namespace may change what is left.
+    while (!entries_.empty()) {
+        qvNodeVariable* variable = entries_.front().variable;
+        if (variable) variable->node = nullptr;
+        entries_.pop_front();
+        delete variable;
     }
-    entries_.clear();
     closing_ = "";
 }
 

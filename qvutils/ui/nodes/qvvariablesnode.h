@@ -25,8 +25,6 @@ public:
     void OnAncestryChanged() override;
 
     int getNumVariables() const { return static_cast<int>(entries_.size()); }
-    /// The names in the node's order.
-    List<QVString> getVariableNames() const;
 
     // What the commands do. Each posts an error and changes nothing when it cannot.
     void AddVariable(const QVString& name);

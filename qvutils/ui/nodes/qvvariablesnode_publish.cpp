@@ -74,14 +74,6 @@ void qvVariablesNode::OnPublish() {
     qvProjectNode::OnPublish();
 }
 
-List<QVString> qvVariablesNode::getVariableNames() const {
-    List<QVString> names;
-    for (const Entry& entry : entries_) {
-        names.append(entry.variable ? entry.variable->GetName() : entry.name);
-    }
-    return names;
-}
-
 /// A variable of this node. Posts an error when it is in another node (`notListed`, with its name)
 /// or nowhere.
 qvNodeVariable* qvVariablesNode::find(const QVString& name, const char* notListed) {
