@@ -112,12 +112,13 @@ bool qvTaskRun::isCancelled() const {
 }
 
 void qvTaskRun::begin(qvTask& task, std::int64_t count) {
-    if (task.runs_.fetch_add(1) == 0) {
-        task.cancel_.store(false, std::memory_order_relaxed);
-        task.done_.store(0, std::memory_order_relaxed);
-        task.end_.store(0, std::memory_order_relaxed);
+    if (task.runs_.fetch_add(1) > 0) {
+        task.end_.fetch_add(count, std::memory_order_relaxed);
+        return;
     }
-    task.end_.fetch_add(count, std::memory_order_relaxed);
+    task.cancel_.store(false, std::memory_order_relaxed);
+    task.done_.store(0, std::memory_order_relaxed);
+    task.end_.store(count, std::memory_order_relaxed);
 }
 
 bool qvTaskRun::isBrief(const qvTask& task, std::int64_t count) {
