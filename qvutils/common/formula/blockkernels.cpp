@@ -37,14 +37,7 @@ template <BlockOp op>
     return op == BlockOp::div && divisor == 0;
 }
 
-struct Arguments {
-    const double* a;
-    const double* x;
-    const double* y;
-    double k;
-    double* out;
-    int n;
-};
+using Arguments = BlockArguments;
 
 template <BlockOp op>
 struct VectorVector {
@@ -158,104 +151,92 @@ struct CutBelow {
     }
 };
 
+/// A kernel compiled for one width of vectors.
+template <class Kernel, int width>
+struct Compiled {
+    static bool run(const Arguments& p) { return Kernel::loop(p); }
+};
 #ifdef __x86_64__
 template <class Kernel>
-[[gnu::target(QV_WIDEST)]] bool runWidest(const Arguments& p) {
-    return Kernel::loop(p);
-}
+struct Compiled<Kernel, 8> {
+    [[gnu::target(QV_WIDEST)]] static bool run(const Arguments& p) { return Kernel::loop(p); }
+};
 template <class Kernel>
-[[gnu::target("avx2")]] bool runWide(const Arguments& p) {
-    return Kernel::loop(p);
-}
+struct Compiled<Kernel, 4> {
+    [[gnu::target("avx2")]] static bool run(const Arguments& p) { return Kernel::loop(p); }
+};
 #endif
 
-template <class Kernel>
-bool run(const Arguments& p) {
-#ifdef __x86_64__
+template <BlockOp op, int width>
+constexpr BinaryKernels binaryKernels = {Compiled<VectorVector<op>, width>::run,
+                                         Compiled<VectorNumber<op>, width>::run,
+                                         Compiled<NumberVector<op>, width>::run};
+
+template <BlockOp first, BlockOp second, int width>
+constexpr FusedKernels fusedKernels = {Compiled<FusedVector<first, second>, width>::run,
+                                       Compiled<FusedNumber<first, second>, width>::run};
+
+template <int width>
+constexpr BlockKernels kernelsOfWidth = {
+    {binaryKernels<BlockOp::add, width>, binaryKernels<BlockOp::sub, width>,
+     binaryKernels<BlockOp::mul, width>, binaryKernels<BlockOp::div, width>},
+#define QV_FUSED_ROW(first)                                                                     \
+    {fusedKernels<BlockOp::first, BlockOp::add, width>,                                         \
+     fusedKernels<BlockOp::first, BlockOp::sub, width>,                                         \
+     fusedKernels<BlockOp::first, BlockOp::mul, width>,                                         \
+     fusedKernels<BlockOp::first, BlockOp::div, width>}
+    {QV_FUSED_ROW(add), QV_FUSED_ROW(sub), QV_FUSED_ROW(mul), QV_FUSED_ROW(div)},
+#undef QV_FUSED_ROW
+    Compiled<Horner, width>::run,
+    Compiled<SquareRoot, width>::run,
+    Compiled<AllAbove, width>::run,
+    Compiled<AllWithinOne, width>::run,
+    Compiled<CutBelow, width>::run};
+
+const BlockKernels& kernelsHere() {
     switch (qvplatform::vectorWidth()) {
-        case 8: return runWidest<Kernel>(p);
-        case 4: return runWide<Kernel>(p);
-        default: break;
-    }
-#endif
-    return Kernel::loop(p);
-}
-
-template <BlockOp op>
-bool binary(BlockOperand a, BlockOperand b, double* out, int n) {
-    if (b.uniform) return run<VectorNumber<op>>({a.values, nullptr, nullptr, *b.values, out, n});
-    if (a.uniform) return run<NumberVector<op>>({b.values, nullptr, nullptr, *a.values, out, n});
-    return run<VectorVector<op>>({a.values, b.values, nullptr, 0, out, n});
-}
-
-template <BlockOp first, BlockOp second>
-bool fused(const double* a, const double* x, BlockOperand y, double* out, int n) {
-    if (y.uniform) return run<FusedNumber<first, second>>({a, x, nullptr, *y.values, out, n});
-    return run<FusedVector<first, second>>({a, x, y.values, 0, out, n});
-}
-
-template <BlockOp first>
-bool fusedWith(BlockOp second, const double* a, const double* x, BlockOperand y, double* out,
-               int n) {
-    switch (second) {
-        case BlockOp::add: return fused<first, BlockOp::add>(a, x, y, out, n);
-        case BlockOp::sub: return fused<first, BlockOp::sub>(a, x, y, out, n);
-        case BlockOp::mul: return fused<first, BlockOp::mul>(a, x, y, out, n);
-        default: return fused<first, BlockOp::div>(a, x, y, out, n);
+        case 8: return kernelsOfWidth<8>;
+        case 4: return kernelsOfWidth<4>;
+        default: return kernelsOfWidth<2>;
     }
 }
 
 }  // namespace
 
-bool blockBinary(BlockOp op, BlockOperand a, BlockOperand b, double* out, int n) {
-    switch (op) {
-        case BlockOp::add: return binary<BlockOp::add>(a, b, out, n);
-        case BlockOp::sub: return binary<BlockOp::sub>(a, b, out, n);
-        case BlockOp::mul: return binary<BlockOp::mul>(a, b, out, n);
-        default: return binary<BlockOp::div>(a, b, out, n);
-    }
-}
-
-bool blockFused(BlockOp first, BlockOp second, const double* a, const double* x, BlockOperand y,
-                double* out, int n) {
-    switch (first) {
-        case BlockOp::add: return fusedWith<BlockOp::add>(second, a, x, y, out, n);
-        case BlockOp::sub: return fusedWith<BlockOp::sub>(second, a, x, y, out, n);
-        case BlockOp::mul: return fusedWith<BlockOp::mul>(second, a, x, y, out, n);
-        default: return fusedWith<BlockOp::div>(second, a, x, y, out, n);
-    }
-}
-
-bool blockSqrt(const double* in, double* out, int n) {
-    return run<SquareRoot>({in, nullptr, nullptr, 0, out, n});
+const BlockKernels& blockKernels() {
+    static const BlockKernels& here = kernelsHere();
+    return here;
 }
 
 bool blockExp(const double* in, double* out, int n) {
-    run<CutBelow>({in, nullptr, nullptr, -100, out, n});
-    vectorMath(VectorFunction::exp, out, out, n);
+    if (!blockKernels().allAbove({in, nullptr, nullptr, -100, nullptr, n})) {
+        blockKernels().cutBelow({in, nullptr, nullptr, -100, out, n});
+        in = out;
+    }
+    vectorMath(VectorFunction::exp, in, out, n);
     return true;
 }
 
 bool blockLn(const double* in, double* out, int n) {
-    if (!run<AllAbove>({in, nullptr, nullptr, 0, nullptr, n})) return false;
+    if (!blockKernels().allAbove({in, nullptr, nullptr, 0, nullptr, n})) return false;
     vectorMath(VectorFunction::log, in, out, n);
     return true;
 }
 
 bool blockLog10(const double* in, double* out, int n) {
-    if (!run<AllAbove>({in, nullptr, nullptr, 0, nullptr, n})) return false;
+    if (!blockKernels().allAbove({in, nullptr, nullptr, 0, nullptr, n})) return false;
     vectorMath(VectorFunction::log10, in, out, n);
     return true;
 }
 
 bool blockAsin(const double* in, double* out, int n) {
-    if (!run<AllWithinOne>({in, nullptr, nullptr, 0, nullptr, n})) return false;
+    if (!blockKernels().allWithinOne({in, nullptr, nullptr, 0, nullptr, n})) return false;
     vectorMath(VectorFunction::asin, in, out, n);
     return true;
 }
 
 bool blockAcos(const double* in, double* out, int n) {
-    if (!run<AllWithinOne>({in, nullptr, nullptr, 0, nullptr, n})) return false;
+    if (!blockKernels().allWithinOne({in, nullptr, nullptr, 0, nullptr, n})) return false;
     vectorMath(VectorFunction::acos, in, out, n);
     return true;
 }
@@ -265,7 +246,8 @@ void blockPow(BlockOperand base, BlockOperand exponent, double* out, int n) {
     base.values = base.uniform ? &onlyBase : base.values;  // they may lie where the results go
     exponent.values = exponent.uniform ? &onlyExponent : exponent.values;
     const auto at = [](BlockOperand o, int i) { return o.values[o.uniform ? 0 : i]; };
-    if (!run<AllAbove>({base.values, nullptr, nullptr, 0, nullptr, base.uniform ? 1 : n})) {
+    const int bases = base.uniform ? 1 : n;
+    if (!blockKernels().allAbove({base.values, nullptr, nullptr, 0, nullptr, bases})) {
         for (int i = 0; i < n; ++i) out[i] = pow(at(base, i), at(exponent, i));
         return;
     }
@@ -279,10 +261,6 @@ void blockPow(BlockOperand base, BlockOperand exponent, double* out, int n) {
         }
         qvplatform::vectorPow(left, right, out + first, count);
     }
-}
-
-void blockHorner(const double* a, const double* x, double k, double* out, int n) {
-    run<Horner>({a, x, nullptr, k, out, n});
 }
 
 }  // namespace qvformula

@@ -6,22 +6,46 @@ namespace qvformula {
 
 enum class BlockOp { add, sub, mul, div };
 
-/// An operand of a block operation: n numbers, or one that stands for n equal ones.
+/// n numbers, or one that stands for n equal ones.
 struct BlockOperand {
     const double* values;
     bool uniform;
 };
 
-/// out[i] = a[i] op b[i]; not both uniform. False when a division has a divisor 0.
-bool blockBinary(BlockOp op, BlockOperand a, BlockOperand b, double* out, int n);
-/// out[i] = a[i] first (x[i] second y[i]), where a and x are not uniform.
-bool blockFused(BlockOp first, BlockOp second, const double* a, const double* x, BlockOperand y,
-                double* out, int n);
-/// out[i] = a[i] * x[i] + k
-void blockHorner(const double* a, const double* x, double k, double* out, int n);
-/// The functions whose domain is checked by the caller of the C library, as formulas have them.
-/// False when a number is outside the domain. `out` may be `in`.
-bool blockSqrt(const double* in, double* out, int n);
+struct BlockArguments {
+    const double* a;
+    const double* x;
+    const double* y;
+    double k;
+    double* out;  // may be one of the operands
+    int n;
+};
+
+/// False when a number has no result: a division by 0, a root of a negative number.
+using BlockKernel = bool (*)(const BlockArguments& arguments);
+
+/// out = a op x, a op k, k op a
+struct BinaryKernels {
+    BlockKernel vectorVector, vectorNumber, numberVector;
+};
+/// out = a first (x second y), a first (x second k)
+struct FusedKernels {
+    BlockKernel vector, number;
+};
+/// The operations indexed by BlockOp.
+struct BlockKernels {
+    BinaryKernels binary[4];
+    FusedKernels fused[4][4];
+    BlockKernel horner;       // out = a * x + k
+    BlockKernel squareRoot;   // of a
+    BlockKernel allAbove;     // is no a at most k?
+    BlockKernel allWithinOne;
+    BlockKernel cutBelow;     // out = a, or -inf where that is below k
+};
+/// Those for this processor.
+const BlockKernels& blockKernels();
+
+/// Functions as formulas have them. False when a number is outside the domain. `out` may be `in`.
 bool blockExp(const double* in, double* out, int n);
 bool blockLn(const double* in, double* out, int n);
 bool blockLog10(const double* in, double* out, int n);

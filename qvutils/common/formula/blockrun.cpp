@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "qvutils/common/formula/blockkernels.h"
-
-using qvformula::BlockOp;
-using qvformula::BlockOperand;
 using qvformula::Complex;
 
 namespace {
@@ -176,10 +172,15 @@ bool QVBlockRunner<T>::apply(int operation, Operand a, Operand b, T* out, bool a
                              bool bConstant) {
     if constexpr (std::is_same_v<T, double>) {
         if (!(a.uniform && b.uniform)) {
-            const BlockOperand left{a.values, a.uniform}, right{b.values, b.uniform};
             result_ = {out, false};
-            if (operation == opPow) return qvformula::blockPow(left, right, out, n_), true;
-            return qvformula::blockBinary(static_cast<BlockOp>(operation), left, right, out, n_);
+            if (operation == opPow) {
+                qvformula::blockPow({a.values, a.uniform}, {b.values, b.uniform}, out, n_);
+                return true;
+            }
+            const qvformula::BinaryKernels& kernel = kernels_.binary[operation];
+            if (a.uniform) return kernel.numberVector({b.values, nullptr, nullptr, *a.values, out, n_});
+            if (b.uniform) return kernel.vectorNumber({a.values, nullptr, nullptr, *b.values, out, n_});
+            return kernel.vectorVector({a.values, b.values, nullptr, 0, out, n_});
         }
     }
     const auto with = [&](auto op) {
@@ -239,11 +240,10 @@ bool QVBlockRunner<T>::fused(const Instruction& i) {
     const Operand y = constant ? Operand{&i.k, true} : slots_[static_cast<std::size_t>(i.y)];
     if constexpr (std::is_same_v<T, double>) {
         if (!acc_.uniform && !x.uniform) {
-            const bool done = qvformula::blockFused(static_cast<BlockOp>(first),
-                                                    static_cast<BlockOp>(second), acc_.values,
-                                                    x.values, {y.values, y.uniform}, own_[0], n_);
-            acc_.values = own_[0];
-            return done;
+            const qvformula::FusedKernels& kernel = kernels_.fused[first][second];
+            const T* const acc = std::exchange(acc_.values, own_[0]);
+            if (y.uniform) return kernel.number({acc, x.values, nullptr, *y.values, own_[0], n_});
+            return kernel.vector({acc, x.values, y.values, 0, own_[0], n_});
         }
     }
     return apply(second, x, y, scratch_, false, constant) &&
@@ -254,9 +254,8 @@ template <class T>
 bool QVBlockRunner<T>::horner(Operand x, const T& k) {
     if constexpr (std::is_same_v<T, double>) {
         if (!acc_.uniform && !x.uniform) {
-            qvformula::blockHorner(acc_.values, x.values, k, own_[0], n_);
-            acc_.values = own_[0];
-            return true;
+            const T* const acc = std::exchange(acc_.values, own_[0]);
+            return kernels_.horner({acc, x.values, nullptr, k, own_[0], n_});
         }
     }
     apply(opMul, acc_, x, own_[0], false, false);
@@ -291,9 +290,8 @@ template <class T>
 bool QVBlockRunner<T>::squareRoot() {
     if constexpr (std::is_same_v<T, double>) {
         if (!acc_.uniform) {
-            const bool done = qvformula::blockSqrt(acc_.values, own_[0], n_);
-            acc_.values = own_[0];
-            return done;
+            const T* const in = std::exchange(acc_.values, own_[0]);
+            return kernels_.squareRoot({in, nullptr, nullptr, 0, own_[0], n_});
         }
     }
     return each([](const T& v) { return qvformula::sqrt(v); });
@@ -302,9 +300,7 @@ bool QVBlockRunner<T>::squareRoot() {
 template <class T>
 bool QVBlockRunner<T>::callUnary(const FuncDataElt<T>& f) {
     if (!f.facts->array || acc_.uniform) return each(f.facts->unary);
-    const bool done = f.facts->array(acc_.values, own_[0], n_);
-    acc_.values = own_[0];
-    return done;
+    return f.facts->array(std::exchange(acc_.values, own_[0]), own_[0], n_);
 }
 
 template <class T>

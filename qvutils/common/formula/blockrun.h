@@ -3,6 +3,7 @@
 #include <span>
 #include <vector>
 
+#include "qvutils/common/formula/blockkernels.h"
 #include "qvutils/common/formula/interpreter.h"
 
 /// Runs a straight program over many rows of values at once: each instruction works on a block of
@@ -52,6 +53,7 @@ private:
 
     const QVProgram<T>& program_;
     const QVRun<T>& run_;
+    const qvformula::BlockKernels& kernels_ = qvformula::blockKernels();
     std::vector<const T*> sourceOf_;  // of each scalar of the program; null for none
     std::vector<T> numbers_;          // the current values of the scalars
     std::vector<T> arguments_;        // of a call

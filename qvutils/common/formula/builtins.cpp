@@ -318,13 +318,14 @@ constexpr auto arrayForm([[maybe_unused]] ArrayForm form) -> bool (*)(const T*, 
 
 template <class T, T (*Function)(T)>
 constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help,
-                           QVDirect direct = QVDirect::none, ArrayForm array = nullptr) {
+                           QVDirect direct, ArrayForm array = nullptr) {
     return {name, 1, "(x)", &ofList<T, Function>,
             {help, Function, slope, arrayForm<T>(array), direct, true}};
 }
 
 template <class T, T (*Function)(T)>
-constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help, ArrayForm array) {
+constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help,
+                           ArrayForm array = nullptr) {
     return one<T, Function>(name, slope, help, QVDirect::none, array);
 }
 
@@ -339,8 +340,7 @@ namespace f = qvformula;
 using V = qvplatform::VectorFunction;
 
 template <class T>
-constexpr QVBuiltin<T> sqrtRow = one<T, f::sqrt>("sqrt", sqrtSlope, "square root",
-                                                 QVDirect::sqrt, f::blockSqrt);
+constexpr QVBuiltin<T> sqrtRow = one<T, f::sqrt>("sqrt", sqrtSlope, "square root", QVDirect::sqrt);
 template <class T>
 constexpr QVBuiltin<T> signRow = one<T, f::sign>("sign", signSlope, "-1, 0 or 1 by the sign");
 template <class T>
