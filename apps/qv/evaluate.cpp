@@ -1,9 +1,11 @@
 #include "apps/qv/evaluate.h"
 
+#include <algorithm>
+#include <cmath>
 #include <complex>
 #include <cstdio>
 #include <deque>
-#include <type_traits>
+#include <utility>
 
 #include "apps/qv/calculator.h"
 #include "apps/qv/evaloptions.h"
@@ -35,10 +37,12 @@ public:
 
         bool well = true;
         addColumn(options_.sweep.name, sweepValues_);
-        for (const std::string& formula : options_.formulas) {
-            std::vector<T>& values = values_.emplace_back();
-            well = sheet_.evaluate(formula, values) && well;
-            if (!values.empty()) addResult(formula, values);
+        for (std::size_t i = 0; i < options_.formulas.size(); ++i) {
+            std::vector<T> values;
+            well = sheet_.evaluate(options_.formulas[i], values) && well;
+            if (values.empty()) continue;
+            results_.emplace_back(i, std::move(values));
+            addResult(options_.formulas[i], results_.back().second);
         }
         const bool drawn = options_.plot.empty() || draw();
         const std::size_t rows = options_.hasSweep ? sweepValues_.size() : 1;
@@ -93,38 +97,46 @@ private:
         columns_.push_back({"im(" + formula + ")", parts + 1, stride});
     }
 
-    // Real and imaginary part of a formula share a colour; an imaginary part that is 0 throughout
-    // is left out.
     bool draw() {
-        constexpr int parts = std::is_same_v<T, double> ? 1 : 2;
         qvSvgChart chart;
         chart.xAxis.title = options_.sweep.name.c_str();
-        std::vector<double> y(sweepValues_.size());
-        for (std::size_t i = 1; i < columns_.size(); ++i) {
-            const bool isImaginary = parts == 2 && i % 2 == 0;
-            bool isZero = true;
-            for (std::size_t row = 0; row < y.size(); ++row) {
-                y[row] = columns_[i][row];
-                isZero = isZero && y[row] == 0;
-            }
-            if (isImaginary && isZero) continue;
-            const int place = static_cast<int>(i - 1) / parts;
-            const bool isOnly = columns_.size() == 2;
-            const char* name = columns_[i].name.c_str();
-            if (isOnly) chart.yAxis.title = name;
-            qvSvgCurve& curve = chart.addCurve(isOnly ? "" : name, sweepValues_, y);
-            if (parts == 2) curve.colour = qvSvgColour(place);
-            if (isImaginary) curve.dash = "7 4";
+        std::vector<qvSvgCurve*> curves;
+        int place = 0;
+        for (const auto& [formula, values] : results_) {
+            const std::string& name = options_.formulas[formula];
+            const std::vector<double> real = overSweep(values, [](T v) { return std::real(v); });
+            const std::vector<double> imag = overSweep(values, [](T v) { return std::imag(v); });
+            const bool isReal = std::all_of(imag.begin(), imag.end(),
+                                            [](double y) { return y == 0 || std::isnan(y); });
+            const auto add = [&](const std::string& label, const std::vector<double>& y) {
+                curves.push_back(&chart.addCurve(label.c_str(), sweepValues_, y));
+                if (!std::is_same_v<T, double>) curves.back()->colour = qvSvgColour(place);
+            };
+            add(isReal ? name : "re(" + name + ")", real);
+            if (!isReal) add("im(" + name + ")", imag);
+            if (!isReal) curves.back()->dash = "7 4";
+            ++place;
         }
+        // A curve that is alone gives its name to the axis.
+        if (curves.size() == 1) std::swap(chart.yAxis.title, curves[0]->name);
         if (chart.save(options_.plot.c_str())) return true;
         tellError(qverr().chars_and_reset());
         return false;
     }
 
+    // One value for each of the sweep, also when all are the same.
+    std::vector<double> overSweep(const std::vector<T>& values, double (*part)(T)) {
+        std::vector<double> all(sweepValues_.size());
+        for (std::size_t row = 0; row < all.size(); ++row)
+            all[row] = part(values[values.size() > 1 ? row : 0]);
+        return all;
+    }
+
     const EvalOptions& options_;
     FormulaSheet<T> sheet_;
     std::vector<double> sweepValues_;
-    std::deque<std::vector<T>> values_;
+    /// Which formula, and its values.
+    std::deque<std::pair<std::size_t, std::vector<T>>> results_;
     std::vector<EvalColumn> columns_;
 };
 

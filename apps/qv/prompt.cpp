@@ -5,6 +5,7 @@
 
 #include "apps/qv/host.h"
 #include "apps/qv/lineedit.h"
+#include "apps/qv/shorthand.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
 #include "qvutils/ui/project/qvprojman.h"
@@ -115,7 +116,13 @@ void Prompt::run() {
         if (line.empty()) continue;
         editor.remember(line);
         history.add(line);
-        host_.run("prompt", line.c_str(), number);
+        std::string command;
+        std::string error;
+        if (expandShorthand(line, command, error)) {
+            host_.run("prompt", command.c_str(), number);
+        } else {
+            std::fprintf(stderr, "%s\n", error.c_str());
+        }
     }
     editor_ = nullptr;
     history.save();
