@@ -305,8 +305,11 @@ TEST_F(VariablesTest, objects_may_stand_before_the_variables_that_they_use) {
 TEST_F(VariablesTest, a_node_follows_its_namespace) {
     read(variables, "  // first\n  a = 1\n  b = 2\n");
     qvNameSpace* space = project->GetNameSpace();
-    const qvNameSpaceSnapshot snapshot(space);
+    qvNameSpaceSnapshot snapshot(space);
     space->Find("b")->SetExpression("a+1");
+    snapshot.Restore();
+    EXPECT_EQ(body(variables), "  // first\n  a = 1\n  b = 2\n");
+    snapshot.Unrestore();
     space->Remove(space->Find("a"));
     EXPECT_EQ(body(variables), "  // first\n  b = a+1\n");
     space->unalloc();
