@@ -95,12 +95,11 @@ int main(int argc, char** argv) {
     qvAddRow("number, beyond a plain load", std::max(0.0, timeOf<number>() - timeOf<load>()), 2,
              "allowed", 1, "ns");
     qvAddRow("unchanged formula", timeOf<formula>(), 10, "allowed", 1, "ns");
-    return qvRunBenchmarks(
-        argc, argv,
-        {{"number from the parent", "readAgainAndAgain/inherited", "readAgainAndAgain/loadLocked",
-          "behind a mutex", 1},
-         {"unchanged formula", "readAgainAndAgain/formula", "readAgainAndAgain/loadLocked",
-          "behind a mutex", 1},
-         {"unchanged complex formula", "readAgainAndAgain/complexFormula",
-          "readAgainAndAgain/loadLocked", "behind a mutex", 1}});
+    return qvRunBenchmarks(argc, argv,
+                           {{"number from the parent", "readAgainAndAgain/inherited",
+                             "readAgainAndAgain/loadLocked", "behind a mutex", 1},
+                            {"unchanged formula", "readAgainAndAgain/formula",
+                             "readAgainAndAgain/loadLocked", "behind a mutex", 1},
+                            {"unchanged complex formula", "readAgainAndAgain/complexFormula",
+                             "readAgainAndAgain/loadLocked", "behind a mutex", 1}});
 }

@@ -115,30 +115,30 @@ qvPublishedParameters::qvPublishedParameters(QVObject& object) {
     List<QVCommandElt> published;
     object.getChildList(published);
     for (const QVCommandElt& element : published) {
-        if (!qvIsParameterKind(element.getKind())) continue;
-        const QVString name = element.getName();
-        const auto rows = element.getRange(1);
-        switch (element.getNdims()) {
-            case 0: add(element, name); break;
-            case 1:
-                for (int i = rows.first; i <= rows.last; ++i)
-                    add(element.entryElt(i, 0), name + "[" + numtoA(i) + "]");
-                break;
-            default: {
-                const auto columns = element.getRange(2);
-                for (int i = rows.first; i <= rows.last; ++i) {
-                    for (int j = columns.first; j <= columns.last; ++j)
-                        add(element.entryElt(i, j), name + "[" + numtoA(i) + "][" + numtoA(j) + "]");
-                }
-            }
-        }
+        if (qvIsParameterKind(element.getKind())) addEntries(element);
     }
-    // When a name is published twice the first counts.
-    for (std::size_t i = 0; i < all_.size(); ++i) indices_.emplace(all_[i].name.view(), i);
 }
 
+void qvPublishedParameters::addEntries(const QVCommandElt& element) {
+    using Range = PublishContainer::Range;
+    const int ndims = element.getNdims();
+    const Range lines = ndims > 0 ? element.getRange(1) : Range{0, 0};
+    const Range columns = ndims > 1 ? element.getRange(2) : Range{0, 0};
+    for (int i = lines.first; i <= lines.last; ++i) {
+        for (int j = columns.first; j <= columns.last; ++j) {
+            QVString name = element.getName();
+            if (ndims > 0) name += "[" + numtoA(i) + "]";
+            if (ndims > 1) name += "[" + numtoA(j) + "]";
+            add(element.entryElt(i, j), name);
+        }
+    }
+}
+
+/// When a name is published twice the first counts.
 void qvPublishedParameters::add(const QVCommandElt& element, const QVString& name) {
-    if (element.getScalarPtr()) all_.push_back({name, qvPublishedParameter(element)});
+    if (!element.getScalarPtr() || find(name.view())) return;
+    all_.push_back({name, qvPublishedParameter(element)});
+    indices_.emplace(all_.back().name.view(), all_.size() - 1);
 }
 
 const qvPublishedParameter* qvPublishedParameters::find(std::string_view name) const {

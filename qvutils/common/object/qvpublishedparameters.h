@@ -55,16 +55,19 @@ public:
     const qvPublishedParameter* find(std::string_view name) const;
 
     /// The line `name = <saved form>` in which a block keeps a parameter, without line end.
-    static QVString line(const Named& named) { return named.name + " = " + named.parameter.Write(); }
+    static QVString line(const Named& named) {
+        return named.name + " = " + named.parameter.Write();
+    }
     /// Reads such a line, which may have blanks around it and end in a comment. False, with nothing
     /// changed, when it is none or names no parameter here.
     bool readLine(std::string_view line) const;
 
 private:
+    void addEntries(const QVCommandElt& element);
     void add(const QVCommandElt& element, const QVString& name);
 
     std::vector<Named> all_;
-    std::unordered_map<std::string_view, std::size_t> indices_;  ///< the texts are in all_
+    std::unordered_map<std::string_view, std::size_t> indices_;  ///< names as all_ has them
 };
 
 /// The answers of the methods "why" and "uses" of every object that publishes parameters.

@@ -22,7 +22,8 @@ struct FirstWord {
 
 /// Drops what has been read, and the blanks after it.
 void dropUpTo(QVString& text, std::size_t end) {
-    const std::size_t next = std::min(text.view().find_first_not_of(blanks, end), text.view().size());
+    const std::size_t next =
+        std::min(text.view().find_first_not_of(blanks, end), text.view().size());
     text.Del(0, static_cast<int>(next));
 }
 

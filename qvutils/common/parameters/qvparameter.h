@@ -44,9 +44,7 @@ public:
     void SetValue(const T& value);
     template <class V>
     requires std::is_arithmetic_v<V>
-    void SetValue(V value) {
-        SetValue(static_cast<const T&>(T(value)));
-    }
+    void SetValue(V value) { SetValue(static_cast<const T&>(T(value))); }
     /// False, and nothing changes, when the text is not a number.
     bool SetValue(const QVString& text);
     /// With an empty text or no namespace the parameter becomes undefined; a text lost that way
@@ -88,8 +86,7 @@ public:
     /// Two expressions in one namespace are equal when their texts are; else the values count.
     bool operator==(const qvParameter& other) const;
     template <class V>
-    requires(std::is_arithmetic_v<V> || std::same_as<V, T>)
-    bool operator==(const V& value) const {
+    requires(std::is_arithmetic_v<V> || std::same_as<V, T>) bool operator==(const V& value) const {
         if constexpr (std::is_arithmetic_v<T>)
             return GetValue() == value;
         else

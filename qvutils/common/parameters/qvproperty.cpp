@@ -211,8 +211,7 @@ bool QVPropShading::take(const QVString& text) {
 
 QVString QVPropColour::getText() const {
     const QVColour colour = data<QVColour>();
-    return QVString(
-        qvplatform::formatText("#%02x%02x%02x", colour.red, colour.green, colour.blue));
+    return QVString(qvplatform::formatText("#%02x%02x%02x", colour.red, colour.green, colour.blue));
 }
 
 bool QVPropColour::take(const QVString& text) {

@@ -163,8 +163,8 @@ protected:
 class QVCORE_API QVPropFile : public QVPropString {
 public:
     enum Mode { toOpen, toSave, folder };
-    QVPropFile(const char* name, const char* type, bool readOnly, QVString* data,
-               const char* title, const char* filter, int mode)
+    QVPropFile(const char* name, const char* type, bool readOnly, QVString* data, const char* title,
+               const char* filter, int mode)
         : QVPropString(name, type, "", readOnly, data),
           title_(title),
           filter_(filter),

@@ -74,7 +74,8 @@ TEST_F(Properties, a_complex_number_is_shown_by_its_mode_and_read_in_every_form)
     expectTaken(modulus, {"(2 abs,45 deg)", "(1 abs,-180 deg)"});
     EXPECT_TRUE(parts.setText("(9 norm, 0 deg)"));
     EXPECT_EQ(z, Complex(3));
-    expectRefused(power, {"", "(1,2", "(-1 abs,0 deg)", "(1 abs,0)", "2 abs deg", "(1 abs,2 deg) x"});
+    expectRefused(power,
+                  {"", "(1,2", "(-1 abs,0 deg)", "(1 abs,0)", "2 abs deg", "(1 abs,2 deg) x"});
     z = Complex(1.0 / 3, 1);
     EXPECT_EQ(parts.getText(), "(0.333,1)");
     EXPECT_EQ(parts.getEditText(), "(0.3333333333333333,1)");
