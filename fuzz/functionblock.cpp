@@ -62,7 +62,6 @@ void tryBlock(const std::string& text) {
         checkUserDef(f);
         checkRewriting(f);
     } else {
-        // A table that makes no spline is read, but posts why.
         check(qverr());
     }
 }

@@ -107,8 +107,9 @@ bool UserDefFunction::ReadTB(TextBlock& block) {
     read.xName = xName;
     read.xUnit = xUnit;
     read.label = label;
+    if (!read.Prepare()) return false;
     *this = read;
-    return Prepare();
+    return true;
 }
 
 void UserDefFunction::WriteTB(TextBlock& block) const {
