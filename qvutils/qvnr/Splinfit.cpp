@@ -142,7 +142,7 @@ bool CSpline::makeCubics(Column& column, const CSplineData* data, double CSpline
 int CSpline::segmentOf(double x) const {
     if (x <= x_.front()) return 0;
     if (x >= x_.back()) return getPoints() - 2;
-    return index_.find(x_.data(), x);
+    return static_cast<int>(index_.find(x_.data(), x)) - 1;
 }
 
 /// Handles every case, where easyValue handles the usual one.

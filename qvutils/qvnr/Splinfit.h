@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -12,27 +13,28 @@ struct CSplineData {
     double y2 = 0;
 };
 
-/// Where the segments of a rising table lie: the range is cut into cells of equal width, and each
-/// cell knows the first segment that reaches into it. A cell with many points is cut into smaller
-/// ones over just these points. So only a few points are looked at, however many there are and
-/// however unevenly they lie.
+/// Where values lie in a rising table: the range is cut into cells of equal width, and each cell
+/// knows the first point that is not below it. A cell with many points is cut into smaller ones
+/// over just these points. So only a few points are looked at, however many there are and however
+/// unevenly they lie.
 class QVCORE_API CSplineIndex {
 public:
     /// Of n points x, at least two, at most 65535; the range x[n-1] - x[0] is positive.
     void build(const double* x, int n, int cells);
-    /// The segment k with x[k] < value <= x[k+1], for x[0] < value < x[n-1]. `x` is the table that
-    /// the index was built of.
-    int find(const double* x, double value) const {
-        const Cell* cell = cells_.data() + static_cast<int>((value - root_.first) * root_.density);
+    /// The first point that is not below the value: x[k-1] < value <= x[k]. It is asked for values
+    /// with x[0] < value < x[n-1]. `x` is the table that the index was built of.
+    std::size_t find(const double* x, double value) const {
+        const Cell* cell =
+            cells_.data() + static_cast<std::int64_t>((value - root_.first) * root_.density);
         if (cell->crowd) [[unlikely]]
             return findInCrowd(cell, x, value);
-        const int k = cell->segment;
-        return k + (value > x[k + 1]);
+        const std::size_t k = cell->point;
+        return k + (value > x[k]);
     }
 
 private:
     struct Cell {
-        std::uint16_t segment;  ///< the first that reaches into the cell
+        std::uint16_t point;  ///< the first that is not below the cell
         /// 0 when at most one point lies in the cell, the number (from 1) of the part that divides
         /// it, or `undivided`.
         std::uint16_t crowd;
@@ -47,7 +49,7 @@ private:
         int depth;
     };
 
-    int findInCrowd(const Cell* cell, const double* x, double value) const;
+    std::size_t findInCrowd(const Cell* cell, const double* x, double value) const;
     void fill(const double* x, const Part& part, int low, int high);
     void markCrowds(const double* x, const Part& part);
     bool divide(const double* x, int depth, int low, int high);
@@ -144,7 +146,7 @@ private:
     int segmentOf(double x) const;
     bool isEasy(double x) const { return x > easyFrom_ && x < easyTo_; }
     double easyValue(const Column& column, double x) const {
-        const int k = index_.find(x_.data(), x) + 1;
+        const std::size_t k = index_.find(x_.data(), x);
         const Knot& knot = column[k];
         const double e = x - x_[k];
         return knot.y + e * (knot.c1 + e * (knot.c2 + e * knot.c3));

@@ -63,7 +63,7 @@ const CSpline* MultiCSpline::locate(double& x) const {
     const double nudge = (end - start) * 1e-7;
     if (x < start) x += nudge;
     if (x > end) x -= nudge;
-    if (x > start && x < end) return &segments_[index_.find(bounds_.data(), x)];
+    if (x > start && x < end) return &segments_[index_.find(bounds_.data(), x) - 1];
     return x >= end ? &segments_.back() : &segments_.front();
 }
 
