@@ -28,37 +28,49 @@ qvLoopRun::qvLoopRun(qvTask& task, const qvLoopRange& range, const qvTaskRun& sp
       spawner_(spawner),
       timed_(timed),
       slot_(qvThreadWork::mine().takeSlot()) {
+    slot_.fill(range.count);
     qvTaskRun::begin(task, range.count);
 }
 
 qvLoopRun::~qvLoopRun() { qvThreadWork::mine().giveSlot(slot_); }
 
-void qvLoopRun::offer() { slot_.offer(*this, range_.count); }
+void qvLoopRun::runAlone(std::int64_t limit, bool anyParts) {
+    qvTaskRun run(task_, spawner_);
+    const std::int64_t small = range_.count / 16 / range_.granularity * range_.granularity;
+    const std::int64_t start = qvSteadyNanoseconds();
+    if (!runNext(run, anyParts && small > 0 ? small : range_.stride)) return;
+    if (qvSteadyNanoseconds() - start <= limit) {
+        while (runNext(run, anyParts ? range_.count : range_.stride)) {
+        }
+    }
+    if (timed_) nanoseconds_ += qvSteadyNanoseconds() - start;
+}
 
 void qvLoopRun::help(qvHelper who) {
     qvTaskRun run(task_, spawner_);
     const std::int64_t start = timed_ ? qvplatform::monotonicNanoseconds() : 0;
     const qvWorkers& workers = qvWorkers::instance();
-    while (who == qvHelper::spawner || !workers.isStopping()) {
-        std::int64_t begin = 0;
-        const std::int64_t end = slot_.takeFixed(range_.stride, begin);
-        if (begin >= end) break;
-        if (run.isCancelled()) {
-            slot_.exhaust();
-            outcome_.cancel(task_);
-            break;
-        }
-        runPart(run, begin, end);
+    while ((who == qvHelper::spawner || !workers.isStopping()) && runNext(run, range_.stride)) {
     }
     if (timed_) nanoseconds_ += qvplatform::monotonicNanoseconds() - start;
 }
 
-void qvLoopRun::runPart(qvTaskRun& run, std::int64_t begin, std::int64_t end) {
+/// Runs the next part; false when there is none to run.
+bool qvLoopRun::runNext(qvTaskRun& run, std::int64_t count) {
+    std::int64_t begin = 0;
+    const std::int64_t end = slot_.takeFixed(count, begin);
+    if (begin >= end) return false;
+    if (run.isCancelled()) {
+        slot_.exhaust();
+        outcome_.cancel(task_);
+        return false;
+    }
     run.protect(outcome_, [&] {
         task_.Run(static_cast<int>(range_.first + begin), static_cast<int>(range_.first + end - 1),
                   range_.granularity);
     });
     qvTaskRun::advance(task_, end - begin);
+    return true;
 }
 
 bool qvLoopRun::close(Error& error) {

@@ -26,7 +26,11 @@ public:
     qvLoopRun& operator=(const qvLoopRun&) = delete;
     qvWorkSlot& slot() { return slot_; }
 
-    void offer();
+    void offer() { slot_.offer(*this); }
+    /// By the spawner, before any offer: runs all parts, unless the first one takes more than so
+    /// many nanoseconds; the others can be offered then. When `anyParts` will do, that is a small
+    /// one and the second is the rest.
+    void runAlone(std::int64_t limit, bool anyParts);
     void help(qvHelper who) override;
     /// By the spawner, when all parts have been taken: waits for those that other threads run. True
     /// when all is well; see qvTaskOutcome::report. Throws qvTaskErr when a part is left over.
@@ -36,7 +40,7 @@ public:
     std::int64_t runNanoseconds() const { return nanoseconds_.load(std::memory_order_relaxed); }
 
 private:
-    void runPart(qvTaskRun& run, std::int64_t begin, std::int64_t end);
+    bool runNext(qvTaskRun& run, std::int64_t count);
 
     qvTask& task_;
     const qvLoopRange range_;

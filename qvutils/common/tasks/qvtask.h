@@ -95,7 +95,9 @@ private:
     std::atomic<int> runs_ = 0;
     std::atomic<std::int64_t> done_ = 0;
     std::atomic<std::int64_t> end_ = 0;
-    /// How many indices the last loop had that was measured, and how long it took.
+    /// How many indices the last loop had that was measured, and how long it took; how many loops
+    /// have not been since.
+    std::atomic<int> loops_ = 0;
     std::atomic<std::int64_t> lastCount_ = 0;
     std::atomic<std::int64_t> lastNanoseconds_ = 0;
 };

@@ -18,7 +18,8 @@ void qvTaskList::open(const qvTaskRun& spawner) {
     ended_.store(0, std::memory_order_relaxed);
     last_ = nullptr;
     reached_.store(first_, std::memory_order_relaxed);
-    slot_.offer(*this, 0);
+    slot_.fill(0);
+    slot_.offer(*this);
 }
 
 void qvTaskList::pushBack(qvTask& task) {

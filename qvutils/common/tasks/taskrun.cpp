@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "qvutils/common/platform/clock.h"
 #include "qvutils/common/platform/threads.h"
 #include "qvutils/common/tasks/looprun.h"
 #include "qvutils/common/tasks/qvtaskerr.h"
@@ -40,6 +39,9 @@ void qvTaskOutcome::reset() {
 }
 
 namespace {
+
+/// A loop that takes no longer, in nanoseconds, is over before others could be of help.
+constexpr std::int64_t brief = 2000;
 
 thread_local qvTaskRun* innermost = nullptr;
 
@@ -82,8 +84,8 @@ private:
 /// for this very thread.
 void waitForSeat(qvSeat& seat, const qvWorkSlot& slot) {
     constexpr std::int64_t patience = 2'000'000;  // nanoseconds
-    const std::int64_t end = qvplatform::monotonicNanoseconds() + patience;
-    while (!slot.exhausted() && !seat.take() && qvplatform::monotonicNanoseconds() < end) {
+    const std::int64_t end = qvSteadyNanoseconds() + patience;
+    while (!slot.exhausted() && !seat.take() && qvSteadyNanoseconds() < end) {
         qvplatform::sleepMicroseconds(50);
     }
 }
@@ -122,9 +124,17 @@ void qvTaskRun::begin(qvTask& task, std::int64_t count) {
 }
 
 bool qvTaskRun::isBrief(const qvTask& task, std::int64_t count) {
-    constexpr std::int64_t wakingUp = 3000;  // nanoseconds
     const std::int64_t last = task.lastNanoseconds_.load(std::memory_order_relaxed);
-    return last > 0 && last < wakingUp && task.lastCount_.load(std::memory_order_relaxed) == count;
+    const std::int64_t lastCount = task.lastCount_.load(std::memory_order_relaxed);
+    if (last <= 0 || last >= brief || count > 2 * lastCount) return false;
+    return last * count < brief * lastCount;  // none of the factors is large
+}
+
+bool qvTaskRun::wantsMeasuring(qvTask& task) {
+    constexpr int every = 32;
+    const int loops = task.loops_.load(std::memory_order_relaxed);
+    task.loops_.store((loops + 1) % every, std::memory_order_relaxed);
+    return loops == 0;
 }
 
 void qvTaskRun::remember(qvTask& task, std::int64_t count, std::int64_t nanoseconds) {
@@ -196,32 +206,42 @@ bool qvTaskRun::spawnLoopSync(qvTask& task, int first, int last, int granularity
     const bool timed = policy.EnableRunTimes();
 
     const ErrorAside aside;
-    qvSeat seat;
-    const bool seated = !isOutsideTasks() || workers.count() == 0 || seat.take();
+    const bool isShort = isBrief(task, range.count);
+    const bool measured = isShort || workers.anyAsleep() || wantsMeasuring(task);
+    const std::int64_t start = measured ? qvSteadyNanoseconds() : 0;
     qvLoopRun loop(task, range, *this, timed);
-    loop.offer();
-    // The look at the clock is spent only where a sleeping worker would have to be woken.
-    const bool asleep = range.parts() > 1 && workers.anyAsleep();
-    const std::int64_t start = asleep ? qvplatform::monotonicNanoseconds() : 0;
-    if (asleep && !isBrief(task, range.count)) wakeFor(range.parts() - 1);
-    if (!seated) waitForSeat(seat, loop.slot());
     {
         // Time in nested tasks is a part of that of the outer ones.
         const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
-        loop.help(qvHelper::spawner);
+        if (isShort) loop.runAlone(manager ? brief : brief / 4, !manager);
+        if (!loop.slot().exhausted()) shareLoop(loop, range.parts() - 1);
     }
     const bool fine = loop.close(error);
-    if (asleep) remember(task, range.count, qvplatform::monotonicNanoseconds() - start);
+    if (measured) remember(task, range.count, qvSteadyNanoseconds() - start);
     if (timed) policy.AddRunTime(toTicks(loop.runNanoseconds()));
     return fine;
+}
+
+/// A thread inside a task has its seat already.
+bool qvTaskRun::takeSeat(qvSeat& seat) const {
+    return !isOutsideTasks() || qvWorkers::instance().count() == 0 || seat.take();
+}
+
+/// Runs all parts that no other thread takes.
+void qvTaskRun::shareLoop(qvLoopRun& loop, std::int64_t helpers) {
+    qvSeat seat;
+    const bool seated = takeSeat(seat);
+    loop.offer();
+    wakeFor(helpers);
+    if (!seated) waitForSeat(seat, loop.slot());
+    loop.help(qvHelper::spawner);
 }
 
 bool qvTaskRun::sync(Error& error) {
     if (!hasSpawned()) return true;
     const ErrorAside aside;
     qvSeat seat;
-    const bool seated =
-        !isOutsideTasks() || qvWorkers::instance().count() == 0 || seat.take();
+    const bool seated = takeSeat(seat);
     if (!seated) waitForSeat(seat, tasks_ ? tasks_->slot() : loops_.back()->slot());
     {
         const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());

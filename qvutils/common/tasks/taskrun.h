@@ -93,12 +93,16 @@ public:
     }
     /// False when the task had not begun.
     static bool end(qvTask& task) { return task.runs_.fetch_sub(1) > 0; }
-    /// True when a loop of so many indices is known to be over before a sleeping worker is awake.
+    /// True when such a loop, going by the last one measured, is not worth sharing.
     static bool isBrief(const qvTask& task, std::int64_t count);
+    /// True now and then: measuring costs a tenth of what it costs to share a loop.
+    static bool wantsMeasuring(qvTask& task);
     static void remember(qvTask& task, std::int64_t count, std::int64_t nanoseconds);
 
 private:
     void syncAtEnd();
+    bool takeSeat(class qvSeat& seat) const;
+    void shareLoop(qvLoopRun& loop, std::int64_t helpers);
     qvTask* const task_ = nullptr;
     const qvTaskRun* const spawner_ = nullptr;
     qvTaskRun* const outer_ = nullptr;

@@ -1,8 +1,16 @@
 #pragma once
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 
 #include "qvutils/common/platform/clock.h"
+
+/// Never goes back and cannot be replaced: for decisions, while what is reported goes by the
+/// platform's clock.
+inline std::int64_t qvSteadyNanoseconds() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
 
 /// Where the time of the task service goes, in nanoseconds. Not for use outside this room.
 struct qvTaskTimers {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/common/platform/clock.h"
 #include "qvutils/common/tasks/taskrun.h"
 #include "qvutils/common/tasks/tasktimers.h"
 #include "qvutils/common/tasks/threadid.h"
@@ -120,15 +119,16 @@ void qvWorkers::work(Worker& self) {
     ready_.fetch_add(1);
     qvplatform::wakeSleepers(ready_, 1);
 
-    constexpr int pauses = 300;
-    constexpr int yields = 50;
+    // Some 20 microseconds. It does not yield: among busy processes that costs more than to sleep
+    // and be woken, for who wakes up is let in at once.
+    constexpr int pauses = 1500;
     qvWorkSlot* last = nullptr;
     while (!isStopping()) {
         if (findAndRun(last)) continue;
         const qvTimeSpan span(&qvTaskTimers::idle);
         bool found = false;
-        for (int i = 0; !found && i < pauses + yields; ++i) {
-            i < pauses ? qvplatform::pauseProcessor() : qvplatform::yieldThread();
+        for (int i = 0; !found && i < pauses; ++i) {
+            qvplatform::pauseProcessor();
             found = isStopping() || (anyWork() && seats_.load(std::memory_order_relaxed) > 0);
         }
         if (!found) sleep();
@@ -146,10 +146,9 @@ constexpr double startPatience = 10;  // seconds
 /// Calls `sleep` with the nanoseconds that are left until it returns false or they have passed.
 template <class Sleep>
 void patiently(double seconds, Sleep sleep) {
-    const std::int64_t end =
-        qvplatform::monotonicNanoseconds() + static_cast<std::int64_t>(seconds * 1e9);
+    const std::int64_t end = qvSteadyNanoseconds() + static_cast<std::int64_t>(seconds * 1e9);
     for (;;) {
-        const std::int64_t left = end - qvplatform::monotonicNanoseconds();
+        const std::int64_t left = end - qvSteadyNanoseconds();
         if (left <= 0 || !sleep(left)) return;
     }
 }

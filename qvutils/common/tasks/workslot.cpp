@@ -50,11 +50,10 @@ std::int64_t qvWorkSlot::takeGrowing(std::int64_t sharers, std::int64_t most,
 bool qvWorkSlot::withdraw() {
     work_.store(nullptr);
     // Whoever is still here is on the last part of the work, which may be short or long.
-    constexpr int pauses = 100;
-    constexpr int yields = 20;
-    for (int i = 0; i < pauses + yields; ++i) {
+    constexpr int pauses = 1500;
+    for (int i = 0; i < pauses; ++i) {
         if (visitors_.load() == 0) return true;
-        i < pauses ? qvplatform::pauseProcessor() : qvplatform::yieldThread();
+        qvplatform::pauseProcessor();
     }
     bool fine = true;
     std::uint32_t there = visitors_.fetch_or(ownerSleeps) | ownerSleeps;

@@ -11,17 +11,19 @@ class qvWork;
 
 class alignas(64) qvWorkSlot {
 public:
-    /// By the owner, who is alone with the slot: offers the items from 0 up to `end`.
-    void offer(qvWork& work, std::int64_t end) {
+    // By the owner, who is alone with the slot at first.
+    /// Sets out the items from 0 up to `end`.
+    void fill(std::int64_t end) {
         next_.store(0, std::memory_order_relaxed);
         end_.store(end, std::memory_order_relaxed);
-        // Sequentially consistent, as is the look of a thread that falls asleep: qvWorkers::wake.
-        work_.store(&work);
     }
-    /// By the owner: offers one item more, number `index`.
+    /// Lets the others in. Sequentially consistent, as is the look of a thread that falls asleep:
+    /// see qvWorkers::wake.
+    void offer(qvWork& work) { work_.store(&work); }
+    /// Offers one item more, number `index`.
     void offerOneMore(std::int64_t index) { end_.store(index + 1); }
 
-    /// By the owner: takes the work back and waits for all that have entered. False when the system
+    /// Takes the work back and waits for all that have entered. False when the system
     /// refuses to wait.
     bool withdraw();
 

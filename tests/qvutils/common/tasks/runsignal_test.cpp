@@ -9,6 +9,7 @@ namespace {
 int changes = 0;
 
 TEST(RunSignal, nests_and_tells_its_first_begin_and_last_end) {
+    changes = 0;
     qvRunSignal::setHook([](bool running) { changes += running ? 1 : 10; });
     {
         const qvRunSignal outer;
