@@ -77,7 +77,7 @@ struct NumberVector {
 };
 
 template <BlockOp first, BlockOp second>
-struct FusedVector {
+struct FusedVectorVector {
     [[gnu::always_inline]] static bool loop(const Arguments& p) {
         std::int64_t faults = 0;
         QV_INDEPENDENT
@@ -91,7 +91,7 @@ struct FusedVector {
 };
 
 template <BlockOp first, BlockOp second>
-struct FusedNumber {
+struct FusedVectorNumber {
     [[gnu::always_inline]] static bool loop(const Arguments& p) {
         const double k = p.k;
         std::int64_t faults = isFault<second>(k);
@@ -99,6 +99,21 @@ struct FusedNumber {
         for (int i = 0; i < p.n; ++i) {
             const double inner = apply<second>(p.x[i], k);
             faults |= isFault<first>(inner);
+            p.out[i] = apply<first>(p.a[i], inner);
+        }
+        return !faults;
+    }
+};
+
+template <BlockOp first, BlockOp second>
+struct FusedNumberVector {
+    [[gnu::always_inline]] static bool loop(const Arguments& p) {
+        const double k = p.k;
+        std::int64_t faults = 0;
+        QV_INDEPENDENT
+        for (int i = 0; i < p.n; ++i) {
+            const double inner = apply<second>(k, p.x[i]);
+            faults |= isFault<second>(p.x[i]) | isFault<first>(inner);
             p.out[i] = apply<first>(p.a[i], inner);
         }
         return !faults;
@@ -173,8 +188,9 @@ constexpr BinaryKernels binaryKernels = {Compiled<VectorVector<op>, width>::run,
                                          Compiled<NumberVector<op>, width>::run};
 
 template <BlockOp first, BlockOp second, int width>
-constexpr FusedKernels fusedKernels = {Compiled<FusedVector<first, second>, width>::run,
-                                       Compiled<FusedNumber<first, second>, width>::run};
+constexpr FusedKernels fusedKernels = {Compiled<FusedVectorVector<first, second>, width>::run,
+                                       Compiled<FusedVectorNumber<first, second>, width>::run,
+                                       Compiled<FusedNumberVector<first, second>, width>::run};
 
 template <int width>
 constexpr BlockKernels kernelsOfWidth = {

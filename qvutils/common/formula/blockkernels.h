@@ -28,9 +28,9 @@ using BlockKernel = bool (*)(const BlockArguments& arguments);
 struct BinaryKernels {
     BlockKernel vectorVector, vectorNumber, numberVector;
 };
-/// out = a first (x second y), a first (x second k)
+/// out = a first (x second y), a first (x second k), a first (k second x)
 struct FusedKernels {
-    BlockKernel vector, number;
+    BlockKernel vectorVector, vectorNumber, numberVector;
 };
 /// The operations indexed by BlockOp.
 struct BlockKernels {

@@ -48,11 +48,16 @@ QVBlockRunner<T>::QVBlockRunner(const QVProgram<T>& program, const QVRun<T>& run
     own_.resize(slots);
     const std::size_t scalars = program.scalars.size();
     const std::size_t temporary = slots - scalars;  // slot 0 and the value stack
-    storage_ = std::make_unique_for_overwrite<T[]>((temporary + 1) * most);
-    T* block = storage_.get();
+    // Blocks begin on cache lines: else each vector would be read from two of them.
+    constexpr std::size_t line = 64;
+    constexpr std::size_t stride = most + 3 * line / sizeof(T);
+    std::size_t bytes = (temporary + 1) * stride * sizeof(T) + line;
+    storage_ = std::make_unique_for_overwrite<std::byte[]>(bytes);
+    void* aligned = storage_.get();
+    T* block = static_cast<T*>(std::align(line, bytes - line, aligned, bytes));
     scratch_ = block;
-    own_[0] = block += most;
-    for (std::size_t slot = scalars + 1; slot < slots; ++slot) own_[slot] = block += most;
+    own_[0] = block += stride;
+    for (std::size_t slot = scalars + 1; slot < slots; ++slot) own_[slot] = block += stride;
 
     numbers_.resize(scalars);
     run.fill(numbers_.data(), program.scalars);
@@ -127,6 +132,9 @@ bool QVBlockRunner<T>::step(const Instruction& i) {
             return true;
         case QVCode::StoreF: return slots_[static_cast<std::size_t>(i.z)] = slot(i.x), true;
         case QVCode::StoreK: return slots_[static_cast<std::size_t>(i.z)] = {&i.k, true}, true;
+        case QVCode::StoreSquare:
+            apply(opMul, slot(i.x), slot(i.x), own_[static_cast<std::size_t>(i.z)], false, false);
+            return slots_[static_cast<std::size_t>(i.z)] = result_, true;
         case QVCode::StoreA: return save(i.z), true;
         case QVCode::NegF: save(i.z), acc_ = slot(i.x); [[fallthrough]];
         case QVCode::Neg: return each([](const T& v) { return qvformula::negate(v); });
@@ -178,8 +186,12 @@ bool QVBlockRunner<T>::apply(int operation, Operand a, Operand b, T* out, bool a
                 return true;
             }
             const qvformula::BinaryKernels& kernel = kernels_.binary[operation];
-            if (a.uniform) return kernel.numberVector({b.values, nullptr, nullptr, *a.values, out, n_});
-            if (b.uniform) return kernel.vectorNumber({a.values, nullptr, nullptr, *b.values, out, n_});
+            if (a.uniform) {
+                return kernel.numberVector({b.values, nullptr, nullptr, *a.values, out, n_});
+            }
+            if (b.uniform) {
+                return kernel.vectorNumber({a.values, nullptr, nullptr, *b.values, out, n_});
+            }
             return kernel.vectorVector({a.values, b.values, nullptr, 0, out, n_});
         }
     }
@@ -239,11 +251,13 @@ bool QVBlockRunner<T>::fused(const Instruction& i) {
     const Operand x = slots_[static_cast<std::size_t>(i.x)];
     const Operand y = constant ? Operand{&i.k, true} : slots_[static_cast<std::size_t>(i.y)];
     if constexpr (std::is_same_v<T, double>) {
-        if (!acc_.uniform && !x.uniform) {
+        if (!acc_.uniform && !(x.uniform && y.uniform)) {
             const qvformula::FusedKernels& kernel = kernels_.fused[first][second];
             const T* const acc = std::exchange(acc_.values, own_[0]);
-            if (y.uniform) return kernel.number({acc, x.values, nullptr, *y.values, own_[0], n_});
-            return kernel.vector({acc, x.values, y.values, 0, own_[0], n_});
+            T* const out = own_[0];
+            if (y.uniform) return kernel.vectorNumber({acc, x.values, nullptr, *y.values, out, n_});
+            if (x.uniform) return kernel.numberVector({acc, y.values, nullptr, *x.values, out, n_});
+            return kernel.vectorVector({acc, x.values, y.values, 0, out, n_});
         }
     }
     return apply(second, x, y, scratch_, false, constant) &&

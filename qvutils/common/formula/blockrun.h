@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <vector>
@@ -12,7 +13,7 @@
 template <class T>
 class QVBlockRunner {
 public:
-    static constexpr int most = 256;  // rows in a block: several blocks fit the fastest cache
+    static constexpr int most = 8192 / sizeof(T);
 
     /// Can the program be run in blocks? Not when it has jumps or calls impure functions.
     static bool serves(const QVProgram<T>& program);
@@ -57,7 +58,7 @@ private:
     std::vector<const T*> sourceOf_;  // of each scalar of the program; null for none
     std::vector<T> numbers_;          // the current values of the scalars
     std::vector<T> arguments_;        // of a call
-    std::unique_ptr<T[]> storage_;
+    std::unique_ptr<std::byte[]> storage_;
     std::vector<T*> own_;         // each slot's own block; slot 0's is the accumulator's
     std::vector<Operand> slots_;  // what the slots hold
     T* scratch_;

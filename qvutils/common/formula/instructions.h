@@ -34,6 +34,7 @@
     X(LoadF) X(LoadK)                                                                       \
     X(LoadName)  /* saves the accumulator, reads the outside name n */                      \
     X(StoreF) X(StoreK) X(StoreA)  /* F[z] = F[x], k, accumulator */                        \
+    X(StoreSquare)  /* F[z] = F[x] * F[x] */                                                \
     X(Neg) X(NegF) X(Square) X(Cube) X(Fourth) X(Sqrt) X(Abs)                               \
     X(CallUnary)  /* function n of the accumulator */                                       \
     X(Call)       /* function n of y arguments in the slots from x on */                    \

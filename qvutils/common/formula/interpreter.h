@@ -194,6 +194,7 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
         QV_CASE(StoreF, F[ip->z] = F[ip->x])
         QV_CASE(StoreK, F[ip->z] = V(ip->k))
         QV_CASE(StoreA, F[ip->z] = acc)
+        QV_CASE(StoreSquare, F[ip->z] = F[ip->x] * F[ip->x])
         QV_CASE(Neg, acc = negate(acc))
         QV_CASE(NegF, F[ip->z] = acc; acc = negate(F[ip->x]))
         QV_CASE(Square, acc = square(acc))

@@ -16,6 +16,16 @@ QVCode plus(QVCode code, int offset) {
 }
 int distance(QVCode from, QVCode to) { return static_cast<int>(to) - static_cast<int>(from); }
 
+template <class T>
+bool isPower(const QVCompiledElement<T>& e) {
+    return e.op == QVOp::call && e.arguments == 2 && e.function->facts &&
+           e.function->facts->direct == QVDirect::power;
+}
+template <class T>
+bool isSmall(const T& exponent) {
+    return exponent == T(2) || exponent == T(3) || exponent == T(4);
+}
+
 /// Makes the program in one pass over the list. A value stack of what is known at compile time
 /// stands for the one of the list: numbers and parameters stay where they are until an operation
 /// names them as its operands; at most one entry is in the accumulator; others have been saved to
@@ -98,6 +108,12 @@ private:
         return 1 + static_cast<int>(std::lower_bound(all.begin(), all.end(), parameter) -
                                     all.begin());
     }
+    void makeSquares();
+    /// The slot that holds the square of what is in a slot; 0 for none.
+    int squareOf(int number) const {
+        const auto i = static_cast<std::size_t>(number - 1);
+        return i < squares_.size() ? squares_[i] : 0;
+    }
     int loopSlot(int level) const {
         return 1 + static_cast<int>(program_.scalars.size()) + 2 * level;
     }
@@ -105,6 +121,7 @@ private:
     const QVCompiledList<T>& list_;
     QVProgram<T>& program_;
     std::vector<Entry> stack_;
+    std::vector<int> squares_;  // the slot of each scalar's square, 0 for none
     std::vector<int> open_;  // jumps whose target is not known yet, first rounds of loops
     QVSpot spot_;
     int inAccumulator_ = -1;
@@ -125,9 +142,31 @@ Builder<T>::Builder(const QVCompiledList<T>& list, QVProgram<T>& program)
     program.names = list.names;
     program.loops = list.loopSlots;
     firstValue_ = loopSlot(list.loopSlots);
-    program.code.reserve(list.elements.size() + 2);
-    program.spots.reserve(list.elements.size() + 2);
+    program.code.reserve(list.elements.size() / 2 + 8);
+    program.spots.reserve(list.elements.size() / 2 + 8);
     stack_.reserve(16);
+    makeSquares();
+}
+
+/// Formulas of optics are full of the square of the wavelength: a square that is needed again is
+/// worked out once.
+template <class T>
+void Builder<T>::makeSquares() {
+    const auto& list = list_.elements;
+    squares_.resize(program_.scalars.size());
+    for (std::size_t i = 0; i + 2 < list.size(); ++i) {
+        if (list[i].op != QVOp::parameter) continue;
+        const QVCompiledElement<T>&second = list[i + 1], &third = list[i + 2];
+        const bool product = third.op == QVOp::multiply && second.op == QVOp::parameter &&
+                             second.target == list[i].target;
+        const bool power = isPower(third) && second.op == QVOp::number && isSmall(second.value);
+        if (product || power) ++squares_[static_cast<std::size_t>(scalarSlot(list[i].target) - 1)];
+    }
+    for (std::size_t i = 0; i < squares_.size(); ++i) {
+        const bool again = squares_[i] > 1;
+        squares_[i] = again ? firstValue_++ : 0;
+        if (again) emit({QVCode::StoreSquare, 0, static_cast<int>(i) + 1, 0, squares_[i]});
+    }
 }
 
 template <class T>
@@ -208,6 +247,10 @@ void Builder<T>::binary(QVCode operation) {
         push(constant, 0, left.k);
         toAccumulator();
         left = pop();
+    }
+    if (operation == QVCode::MulAF && left.place == slot && right.place == slot &&
+        left.slot == right.slot && squareOf(left.slot)) {
+        return push(slot, squareOf(left.slot));
     }
     if (operation == QVCode::SubAF && right.place == constant) {
         operation = QVCode::AddAF;  // the same number in all cases, and one that fuses
@@ -339,7 +382,7 @@ void Builder<T>::negate() {
 template <class T>
 void Builder<T>::call(const QVCompiledElement<T>& e) {
     const QVFunctionFacts<T>* facts = e.function->facts;
-    if (facts && facts->direct == QVDirect::power && e.arguments == 2) {
+    if (isPower(e)) {
         if (!smallPower()) binary(QVCode::PowAF);
     } else if (facts && facts->pure && foldCall(e)) {
         return;
@@ -350,17 +393,21 @@ void Builder<T>::call(const QVCompiledElement<T>& e) {
     }
 }
 
+/// x**2, x**3 and x**4 are multiplied out.
 template <class T>
 bool Builder<T>::smallPower() {
-    if (top().place != constant) return false;
-    const T exponent = top().k;
-    const Entry& base = stack_[stack_.size() - 2];
+    if (top().place != constant || !isSmall(top().k)) return false;
+    const Entry base = stack_[stack_.size() - 2];
     if (base.place == constant) return false;
-    if (exponent != T(2) && exponent != T(3) && exponent != T(4)) return false;
-    pop();
-    if (exponent == T(2) && top().place == slot) {
-        const int x = pop().slot;
-        emitStart({QVCode::MulFF, 0, x, x});
+    const T exponent = pop().k;
+    const int square = base.place == slot ? squareOf(base.slot) : 0;
+    if (square) {
+        pop();
+        if (exponent == T(2)) return push(slot, square), true;
+        emitStart({QVCode::MulFF, 0, square, exponent == T(3) ? base.slot : square});
+    } else if (exponent == T(2) && base.place == slot) {
+        pop();
+        emitStart({QVCode::MulFF, 0, base.slot, base.slot});
     } else {
         toAccumulator();
         pop();

@@ -15,7 +15,8 @@ struct QVSpot {
 /// The fast form of a compiled formula. It never changes and may be shared by threads.
 ///
 /// The frame holds, in this order: slot 0, which nobody reads; the scalar parameters in use; a pair
-/// of slots for each level of loops; the value stack.
+/// of slots for each level of loops; squares of parameters that occur more than once, worked out at
+/// the start; the value stack.
 template <class T>
 class QVProgram {
 public:

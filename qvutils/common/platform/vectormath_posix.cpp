@@ -37,32 +37,35 @@ namespace qvplatform {
 
 namespace {
 
-// A function per instruction set that applies one of the library's functions to n numbers. The last
-// ones, too few for a vector, are filled up with their last number.
+// For each instruction set a function that applies one of the library's functions to n numbers. The
+// last ones, too few for a vector, are filled up with their last number.
 #define QV_APPLY(suffix, isa, Vector, width, load, store)                                        \
-    using Unary##suffix = Vector (*)(Vector);                                                    \
-    using Binary##suffix = Vector (*)(Vector, Vector);                                           \
-    __attribute__((target(isa))) void apply##suffix(Unary##suffix f, const double* in,           \
-                                                    double* out, int n) {                        \
-        int i = 0;                                                                               \
-        for (; i + width <= n; i += width) store(out + i, f(load(in + i)));                      \
-        if (i == n) return;                                                                      \
-        double rest[width];                                                                      \
-        for (int k = 0; k < width; ++k) rest[k] = in[i + k < n ? i + k : n - 1];                 \
-        store(rest, f(load(rest)));                                                              \
-        std::memcpy(out + i, rest, static_cast<std::size_t>(n - i) * sizeof(double));            \
+    template <Vector (*function)(Vector)>                                                        \
+    __attribute__((target(isa), noinline)) void rest##suffix(const double* in, double* out,      \
+                                                             int n) {                            \
+        double filled[width];                                                                    \
+        for (int k = 0; k < width; ++k) filled[k] = in[k < n ? k : n - 1];                       \
+        store(filled, function(load(filled)));                                                   \
+        std::memcpy(out, filled, static_cast<std::size_t>(n) * sizeof(double));                  \
     }                                                                                            \
-    __attribute__((target(isa))) void apply##suffix(Binary##suffix f, const double* a,           \
-                                                    const double* b, double* out, int n) {       \
+    template <Vector (*function)(Vector)>                                                        \
+    __attribute__((target(isa))) void apply##suffix(const double* in, double* out, int n) {      \
+        const int rest = n % width;                                                              \
+        for (int i = 0; i < n - rest; i += width) store(out + i, function(load(in + i)));        \
+        if (rest) rest##suffix<function>(in + n - rest, out + n - rest, rest);                   \
+    }                                                                                            \
+    __attribute__((target(isa))) void power##suffix(const double* a, const double* b,            \
+                                                    double* out, int n,                          \
+                                                    Vector function(Vector, Vector)) {           \
         int i = 0;                                                                               \
-        for (; i + width <= n; i += width) store(out + i, f(load(a + i), load(b + i)));          \
+        for (; i + width <= n; i += width) store(out + i, function(load(a + i), load(b + i)));   \
         if (i == n) return;                                                                      \
         double left[width], right[width];                                                        \
         for (int k = 0; k < width; ++k) {                                                        \
             left[k] = a[i + k < n ? i + k : n - 1];                                              \
             right[k] = b[i + k < n ? i + k : n - 1];                                             \
         }                                                                                        \
-        store(left, f(load(left), load(right)));                                                 \
+        store(left, function(load(left), load(right)));                                          \
         std::memcpy(out + i, left, static_cast<std::size_t>(n - i) * sizeof(double));            \
     }
 #pragma GCC diagnostic push
@@ -72,14 +75,14 @@ QV_APPLY(Avx2, "avx2", __m256d, 4, _mm256_loadu_pd, _mm256_storeu_pd)
 QV_APPLY(Avx512, "avx512f", __m512d, 8, _mm512_loadu_pd, _mm512_storeu_pd)
 #undef QV_APPLY
 
+using Apply = void (*)(const double* in, double* out, int n);
 struct Row {
-    UnarySse sse;
-    UnaryAvx2 avx2;
-    UnaryAvx512 avx512;
+    Apply sse, avx2, avx512;
 };
 /// In the order of VectorFunction.
 constexpr Row functions[] = {
-#define QV_ROW(name) {_ZGVbN2v_##name, _ZGVdN4v_##name, _ZGVeN8v_##name},
+#define QV_ROW(name) \
+    {applySse<_ZGVbN2v_##name>, applyAvx2<_ZGVdN4v_##name>, applyAvx512<_ZGVeN8v_##name>},
     QV_FUNCTIONS(QV_ROW)
 #undef QV_ROW
 };
@@ -90,17 +93,17 @@ constexpr Row functions[] = {
 void vectorMath(VectorFunction function, const double* in, double* out, int n) {
     const Row& row = functions[static_cast<int>(function)];
     switch (vectorWidth()) {
-        case 8: return applyAvx512(row.avx512, in, out, n);
-        case 4: return applyAvx2(row.avx2, in, out, n);
-        default: return applySse(row.sse, in, out, n);
+        case 8: return row.avx512(in, out, n);
+        case 4: return row.avx2(in, out, n);
+        default: return row.sse(in, out, n);
     }
 }
 
 void vectorPow(const double* base, const double* exponent, double* out, int n) {
     switch (vectorWidth()) {
-        case 8: return applyAvx512(_ZGVeN8vv_pow, base, exponent, out, n);
-        case 4: return applyAvx2(_ZGVdN4vv_pow, base, exponent, out, n);
-        default: return applySse(_ZGVbN2vv_pow, base, exponent, out, n);
+        case 8: return powerAvx512(base, exponent, out, n, _ZGVeN8vv_pow);
+        case 4: return powerAvx2(base, exponent, out, n, _ZGVdN4vv_pow);
+        default: return powerSse(base, exponent, out, n, _ZGVbN2vv_pow);
     }
 }
 
