@@ -31,7 +31,7 @@ void CSpline::clear() {
     x_.clear();
     column1_.clear();
     column2_.clear();
-    easyFrom_ = easyTo_ = 0;
+    easyPlaces_ = 0;
     twoColumns_ = false;
     ready_ = false;
 }
@@ -54,10 +54,7 @@ bool CSpline::Load(const CSplineData* data, int n, const char* name, bool twoCol
     }
     if (x_.back() > x_.front()) {
         index_.build(x_.data(), n, 2 * n);
-        if (!broken) {
-            easyFrom_ = x_.front();
-            easyTo_ = x_.back();
-        }
+        if (!broken) easyPlaces_ = index_.place(x_.back());
     }
     twoColumns_ = twoColumns;
     ready_ = true;

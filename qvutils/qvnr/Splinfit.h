@@ -23,9 +23,12 @@ public:
     void build(const double* x, int n, int cells);
     /// The first point that is not below the value: x[k-1] < value <= x[k]. It is asked for values
     /// with x[0] < value < x[n-1]. `x` is the table that the index was built of.
-    std::size_t find(const double* x, double value) const {
-        const Cell* cell =
-            cells_.data() + static_cast<std::int64_t>((value - root_.first) * root_.density);
+    std::size_t find(const double* x, double value) const { return findAt(x, value, place(value)); }
+    /// Where a value lies, in cells from x[0]. It does not fall when the value rises.
+    double place(double value) const { return (value - root_.first) * root_.density; }
+    /// The same as find, for a value whose place is known.
+    std::size_t findAt(const double* x, double value, double place) const {
+        const Cell* cell = cells_.data() + static_cast<std::int64_t>(place);
         if (cell->crowd) [[unlikely]]
             return findInCrowd(cell, x, value);
         const std::size_t k = cell->point;
@@ -94,13 +97,15 @@ public:
     bool Load(const CSplineData* data, int n, const char* name, bool twoColumns);
 
     double CalcY1(double x) const {
-        if (isEasy(x)) [[likely]]
-            return easyValue(column1_, x);
+        const double place = index_.place(x);
+        if (isEasy(place)) [[likely]]
+            return easyValue(column1_, x, place);
         return carefulValue(column1_, x);
     }
     double CalcY2(double x) const {
-        if (isEasy(x) && twoColumns_) [[likely]]
-            return easyValue(column2_, x);
+        const double place = index_.place(x);
+        if (isEasy(place) && twoColumns_) [[likely]]
+            return easyValue(column2_, x, place);
         return carefulValue(column2_, x);
     }
     double CalcdY1dx(double x) const;
@@ -144,9 +149,9 @@ private:
     bool makeCubics(Column& column, const CSplineData* data, double CSplineData::*y) const;
     void clear();
     int segmentOf(double x) const;
-    bool isEasy(double x) const { return x > easyFrom_ && x < easyTo_; }
-    double easyValue(const Column& column, double x) const {
-        const std::size_t k = index_.find(x_.data(), x);
+    bool isEasy(double place) const { return place > 0 && place < easyPlaces_; }
+    double easyValue(const Column& column, double x, double place) const {
+        const std::size_t k = index_.findAt(x_.data(), x, place);
         const Knot& knot = column[k];
         const double e = x - x_[k];
         return knot.y + e * (knot.c1 + e * (knot.c2 + e * knot.c3));
@@ -161,10 +166,9 @@ private:
     Gradients gradients1_;
     Gradients gradients2_;
     CSplineIndex index_;
-    /// Between these a value can be calculated without further checks; an empty range when nothing
-    /// is loaded or two points have the same x.
-    double easyFrom_ = 0;
-    double easyTo_ = 0;
+    /// Below this place in the index a value can be calculated without further checks; 0 when
+    /// nothing is loaded or two points have the same x.
+    double easyPlaces_ = 0;
     bool twoColumns_ = false;
     bool ready_ = false;
     std::string name_;
