@@ -35,7 +35,10 @@ void QVLoopBudget::poll() {
 template <class T>
 QVVectorView<T> QVRun<T>::vector(int number) const {
     const QVParameterOf<T>& p = parameters[number + 1];
-    if (arguments) return {&arguments->first(number), p.lo, p.hi, &p.name};
+    if (arguments) {
+        const auto& shape = arguments->shapes_[static_cast<std::size_t>(number)];
+        return {&arguments->first(number), shape.lo, shape.hi, &p.name};
+    }
     const int last = p.lo + p.value.get_dim() - 1;
     return {p.value.begin(), p.lo, std::min(p.hi, last), &p.name};
 }
@@ -57,7 +60,7 @@ namespace qvformula {
 template <class T>
 T element(const QVRun<T>& run, int parameter, T index) {
     const QVVectorView<T> vector = run.vector(parameter);
-    const bool boundsCheck = run.boundsCheck;
+    const bool boundsCheck = run.boundsCheck || vector.hi < vector.lo;
     const double i = std::trunc(realOnly(index, "[]"));
     if (!(i >= vector.lo && i <= vector.hi)) {
         if (boundsCheck && std::fabs(i) <= 2147483647) {

@@ -143,7 +143,12 @@ public:
     /// The value for the current values of the parameters; 0 with a message in `error` when it
     /// failed. `error` is left alone when all went well.
     T Evaluate(Error& error) const;
-    /// The same with derivative with respect to a scalar parameter.
+    /// The same with the derivative with respect to a scalar parameter, exact to rounding: that of
+    /// the piece the value lies in where a formula has pieces (at a joint abs and sign have slope 0,
+    /// lininterp that of the piece to the right), infinite or not a number where there is none, as
+    /// for sqrt at 0. abs, real, imag and arg of a complex value have no complex derivative: theirs
+    /// is the one for real changes of the parameter. A failure: "function \"%s\" has no
+    /// derivative\n", of a registered function without one.
     T EvaluateDerivative(int parameter, T& derivative, Error& error) const;
 
     /// For several threads at once: a set of the current values to begin with, and evaluations that
@@ -154,9 +159,12 @@ public:
                          Error& error) const;
 
     /// The formula for each row of values; every source has as many values as there are results.
-    /// Parameters without a source keep their current value. On failure the message is that of the
-    /// first row that fails, `failedRow` (when given) its number from 0, and the results of the
-    /// rows before it are valid.
+    /// Parameters without a source keep their current value. Operators, sqrt, abs, powers of 2, 3
+    /// and 4 and complex formulas give bit for bit what Evaluate gives; other powers and the
+    /// functions of one argument are within 4 units in the last place of the true value, each.
+    /// On failure the message is that of the first row that fails, `failedRow` (when given) its
+    /// number from 0, and the results of the rows before it are valid. Formulas with if, sum, prod
+    /// or registered functions are worked out row by row.
     bool EvaluateArray(std::span<const QVArraySource<T>> sources, std::span<T> results,
                        Error& error, std::size_t* failedRow = nullptr) const;
 
