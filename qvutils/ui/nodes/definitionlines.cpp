@@ -69,7 +69,9 @@ std::string definitionLineText(std::string_view left, std::string_view definitio
     line += left;
     // As a word of its own in the first place "begin" or "end" would count as a keyword.
     const bool isKeyword = startsWithWord(left, "begin") || startsWithWord(left, "end");
-    line += isKeyword ? "= " : " = ";
+    line += isKeyword ? "=" : " =";
+    // Without a definition the blanks before the comment are all there are.
+    if (!definition.empty() || comment.empty()) line += ' ';
     line += definition;
     line += comment;
     std::replace(line.begin(), line.end(), '\n', ' ');

@@ -68,6 +68,7 @@ TEST_F(VariablesTest, a_body_comes_back_with_the_comments_where_they_were) {
         "  begin= 1\n"
         "  END= 2 // not the end\n"
         "  nothing = \n"
+        "  empty = // so far\n"
         "  z = (1,-2)\n"
         "  // last words\n";
     ASSERT_TRUE(read(variables, lines)) << error();
@@ -93,6 +94,7 @@ TEST_F(VariablesTest, a_body_comes_back_with_the_comments_where_they_were) {
               "  begin= 1\n"
               "  END= 2 // not the end\n"
               "  nothing = \n"
+              "  empty = // so far\n"
               "  z = (1,-2)\n"
               "  n = 0\n"
               "  // last words\n");
