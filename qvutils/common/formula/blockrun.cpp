@@ -3,15 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+using namespace qvforms;
 using qvformula::Complex;
 
 namespace {
 
-// The instructions of one kind follow each other in the order of QV_BINARY_FORMS and so on.
-constexpr int formsOfBinary = 7;
-constexpr int formsOfFused = 8;
-constexpr int formsOfComparison = 8;
-enum Form { formAF, formFA, formAK, formKA, formFF, formFK, formKF };
 enum Operation { opAdd, opSub, opMul, opDiv, opPow };
 
 constexpr int after(QVCode first, QVCode code) {
@@ -20,7 +16,7 @@ constexpr int after(QVCode first, QVCode code) {
 
 template <class Function>
 bool compare(QVCode code, const Function& with) {
-    switch (after(QVCode::EqAF, code) / formsOfComparison) {
+    switch (after(QVCode::EqAF, code) / comparisonForms) {
         case 0: return with(qvformula::Eq());
         case 1: return with(qvformula::Ne());
         case 2: return with(qvformula::Lt());
@@ -222,13 +218,13 @@ bool QVBlockRunner<T>::toAccumulator(bool done) {
 template <class T>
 bool QVBlockRunner<T>::arithmetic(const Instruction& i) {
     const int number = after(QVCode::AddAF, i.op);
-    const int form = number % formsOfBinary;
+    const int form = number % binaryForms;
     if (form >= formFF) save(i.z);
     const Operand x = slots_[static_cast<std::size_t>(i.x)];
     const Operand y = slots_[static_cast<std::size_t>(i.y)];
     const Operand k{&i.k, true};
     const auto run = [&](Operand a, Operand b) {
-        return toAccumulator(apply(number / formsOfBinary, a, b, own_[0], a.values == k.values,
+        return toAccumulator(apply(number / binaryForms, a, b, own_[0], a.values == k.values,
                                    b.values == k.values));
     };
     switch (form) {
@@ -245,9 +241,10 @@ bool QVBlockRunner<T>::arithmetic(const Instruction& i) {
 template <class T>
 bool QVBlockRunner<T>::fused(const Instruction& i) {
     const int number = after(QVCode::Add_AddFF, i.op);
-    const int first = number / formsOfFused;
-    const int second = number % formsOfFused / 2;
-    const bool constant = number % 2;
+    constexpr int seconds = 4;
+    const int first = number / fusedForms / seconds;
+    const int second = number / fusedForms % seconds;
+    const bool constant = number % fusedForms == fusedFK;
     const Operand x = slots_[static_cast<std::size_t>(i.x)];
     const Operand y = constant ? Operand{&i.k, true} : slots_[static_cast<std::size_t>(i.y)];
     if constexpr (std::is_same_v<T, double>) {
@@ -287,12 +284,14 @@ bool QVBlockRunner<T>::square() {
 
 template <class T>
 bool QVBlockRunner<T>::comparison(const Instruction& i) {
-    const int form = after(QVCode::EqAF, i.op) % formsOfComparison;
-    if (form >= 2) save(i.z);
+    const int form = after(QVCode::EqAF, i.op) % comparisonForms;
+    const bool starts = form == compareFF || form == compareFK;
+    if (starts) save(i.z);
     const Operand x = slots_[static_cast<std::size_t>(i.x)];
-    const Operand left = form >= 2 ? x : acc_;
-    const Operand right = form % 2 ? Operand{&i.k, true}
-                          : form == 0 ? x : slots_[static_cast<std::size_t>(i.y)];
+    const Operand left = starts ? x : acc_;
+    Operand right{&i.k, true};
+    if (form == compareAF) right = x;
+    if (form == compareFF) right = slots_[static_cast<std::size_t>(i.y)];
     return toAccumulator(compare(i.op, [&](auto op) {
         return each(left, right, own_[0], [&](const T& a, const T& b) {
             return T(op.of(a, b, i.n) ? 1 : 0);

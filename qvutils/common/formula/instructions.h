@@ -60,3 +60,10 @@ struct QVInstruction {
     int z = 0;
     T k{};
 };
+
+/// Where the forms of an operation stand among its instructions, and how many there are.
+namespace qvforms {
+enum Binary { formAF, formFA, formAK, formKA, formFF, formFK, formKF, binaryForms };
+enum Comparison { compareAF, compareAK, compareFF, compareFK, jumpForms, comparisonForms = 8 };
+enum Fused { fusedFF, fusedFK, fusedForms };
+}  // namespace qvforms

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "qvutils/common/formula/builtins.h"
 #include "qvutils/common/formula/limits.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 #include "qvutils/common/tasks/runsignal.h"
@@ -275,6 +276,24 @@ TEST(Loops, end_at_the_limit_and_when_asked_to_stop) {
     const qvRunSignal running;
     qvRunSignal::requestKill();
     EXPECT_EQ(calculator.message("sum(i=1:1e8, i)"), "evaluation stopped\n");
+}
+
+template <class T>
+void checkTable() {
+    for (const QVBuiltin<T>& row : qvBuiltins<T>()) {
+        const FuncDataElt<T>* f = QVFuncParser<T>::TheFuncParser.findFunction(row.name);
+        ASSERT_TRUE(f) << row.name;
+        EXPECT_EQ(f->facts, &row.facts) << row.name;
+        EXPECT_NE(std::string(row.facts.help), "") << row.name;
+        EXPECT_EQ(row.facts.unary != nullptr, row.arity == 1) << row.name;
+        EXPECT_EQ(row.arguments[0], '(') << row.name;
+    }
+}
+
+TEST(BuiltinFunctions, are_registered_with_what_is_known_of_them) {
+    checkTable<double>();
+    checkTable<Complex>();
+    EXPECT_EQ(qvBuiltins<double>().size() + 3, qvBuiltins<Complex>().size());
 }
 
 double twice(const ParListR& a) { return 2 * a[0]; }
