@@ -54,6 +54,14 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::version);
      }},
+    {"help", " [eval]", "print this help, or that of eval",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         if (next == arguments.size() || arguments[next] != "eval")
+             return chooseAction(options, Action::help);
+         options.inputs.assign(1, "--help");
+         ++next;
+         return chooseAction(options, Action::eval);
+     }},
     {"--help", "", "print this help",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::help);

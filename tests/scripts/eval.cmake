@@ -5,6 +5,7 @@ file(MAKE_DIRECTORY ${WORK})
 include(${CMAKE_CURRENT_LIST_DIR}/expect.cmake)
 
 expect(STATUS 0 OUT "usage: qv eval .*" ARGS eval --help)
+expect(STATUS 0 OUT "usage: qv eval .*" ARGS help eval)
 expect(STATUS 0 OUT "0.3333333333333333\n-1\n" ARGS eval 1/3 -3+2)
 expect(STATUS 0 OUT "5\n" ARGS eval --set "b = a+1" "sqrt(a**2+b**2)" --set a=3)
 expect(STATUS 0 OUT "-5\n" ARGS eval -- -5)
