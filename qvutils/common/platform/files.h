@@ -18,6 +18,8 @@ struct FileStatus {
     std::int64_t size = 0;
     /// False also for a file that is marked read-only, whoever asks.
     bool writable = false;
+    /// When it was last written to, in units and from a start that depend on the system.
+    std::int64_t modified = 0;
 
     bool exists() const { return kind != FileKind::missing; }
     bool isFile() const { return kind == FileKind::file; }

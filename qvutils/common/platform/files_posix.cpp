@@ -72,6 +72,7 @@ FileStatus FileSystem::status(const std::string& path) {
                   : S_ISDIR(info.st_mode) ? FileKind::directory
                                           : FileKind::other;
     status.size = info.st_size;
+    status.modified = std::int64_t{info.st_mtim.tv_sec} * 1000000000 + info.st_mtim.tv_nsec;
     // The system lets its administrator write to anything; a file without any write permission
     // is meant to stay as it is all the same.
     const bool marked = (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;

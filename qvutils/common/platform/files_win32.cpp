@@ -76,6 +76,8 @@ FileStatus FileSystem::status(const std::string& path) {
     const bool device = (data.dwFileAttributes & FILE_ATTRIBUTE_DEVICE) != 0;
     status.kind = directory ? FileKind::directory : device ? FileKind::other : FileKind::file;
     status.size = static_cast<std::int64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+    status.modified = static_cast<std::int64_t>(data.ftLastWriteTime.dwHighDateTime) << 32 |
+                      data.ftLastWriteTime.dwLowDateTime;
     status.writable = directory || _waccess(wide.c_str(), 2) == 0;
     return status;
 }
