@@ -5,6 +5,7 @@
 #include <complex>
 #include <cstdio>
 #include <deque>
+#include <type_traits>
 #include <utility>
 
 #include "apps/qv/calculator.h"
