@@ -9,7 +9,8 @@ namespace qvformula {
 
 template <class T>
 QVDual<T> divide(const QVDual<T>& a, const QVDual<T>& b) {
-    if (b.value == T(0)) [[unlikely]] refuseDivision();
+    if (b.value == T(0)) [[unlikely]]
+        refuseDivision();
     return a / b;
 }
 template <class T>
@@ -17,8 +18,12 @@ QVDual<T> negate(const QVDual<T>& a) {
     return {negate(a.value), -a.slope};
 }
 
-inline const double& plain(const double& x) { return x; }
-inline const Complex& plain(const Complex& z) { return z; }
+inline const double& plain(const double& x) {
+    return x;
+}
+inline const Complex& plain(const Complex& z) {
+    return z;
+}
 template <class T>
 const T& plain(const QVDual<T>& a) {
     return a.value;

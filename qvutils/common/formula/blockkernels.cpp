@@ -196,11 +196,13 @@ template <int width>
 constexpr BlockKernels kernelsOfWidth = {
     {binaryKernels<BlockOp::add, width>, binaryKernels<BlockOp::sub, width>,
      binaryKernels<BlockOp::mul, width>, binaryKernels<BlockOp::div, width>},
-#define QV_FUSED_ROW(first)                                                                     \
-    {fusedKernels<BlockOp::first, BlockOp::add, width>,                                         \
-     fusedKernels<BlockOp::first, BlockOp::sub, width>,                                         \
-     fusedKernels<BlockOp::first, BlockOp::mul, width>,                                         \
-     fusedKernels<BlockOp::first, BlockOp::div, width>}
+#define QV_FUSED_ROW(first)                                    \
+    {                                                          \
+        fusedKernels<BlockOp::first, BlockOp::add, width>,     \
+            fusedKernels<BlockOp::first, BlockOp::sub, width>, \
+            fusedKernels<BlockOp::first, BlockOp::mul, width>, \
+            fusedKernels<BlockOp::first, BlockOp::div, width>  \
+    }
     {QV_FUSED_ROW(add), QV_FUSED_ROW(sub), QV_FUSED_ROW(mul), QV_FUSED_ROW(div)},
 #undef QV_FUSED_ROW
     Compiled<Horner, width>::run,
@@ -211,9 +213,12 @@ constexpr BlockKernels kernelsOfWidth = {
 
 const BlockKernels& kernelsHere() {
     switch (qvplatform::vectorWidth()) {
-        case 8: return kernelsOfWidth<8>;
-        case 4: return kernelsOfWidth<4>;
-        default: return kernelsOfWidth<2>;
+        case 8:
+            return kernelsOfWidth<8>;
+        case 4:
+            return kernelsOfWidth<4>;
+        default:
+            return kernelsOfWidth<2>;
     }
 }
 

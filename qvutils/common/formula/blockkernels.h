@@ -36,11 +36,11 @@ struct FusedKernels {
 struct BlockKernels {
     BinaryKernels binary[4];
     FusedKernels fused[4][4];
-    BlockKernel horner;       // out = a * x + k
-    BlockKernel squareRoot;   // of a
-    BlockKernel allAbove;     // is no a at most k?
+    BlockKernel horner;      // out = a * x + k
+    BlockKernel squareRoot;  // of a
+    BlockKernel allAbove;    // is no a at most k?
     BlockKernel allWithinOne;
-    BlockKernel cutBelow;     // out = a, or -inf where that is below k
+    BlockKernel cutBelow;  // out = a, or -inf where that is below k
 };
 /// Those for this processor.
 const BlockKernels& blockKernels();

@@ -17,12 +17,18 @@ constexpr int after(QVCode first, QVCode code) {
 template <class Function>
 bool compare(QVCode code, const Function& with) {
     switch (after(QVCode::EqAF, code) / comparisonForms) {
-        case 0: return with(qvformula::Eq());
-        case 1: return with(qvformula::Ne());
-        case 2: return with(qvformula::Lt());
-        case 3: return with(qvformula::Le());
-        case 4: return with(qvformula::Gt());
-        default: return with(qvformula::Ge());
+        case 0:
+            return with(qvformula::Eq());
+        case 1:
+            return with(qvformula::Ne());
+        case 2:
+            return with(qvformula::Lt());
+        case 3:
+            return with(qvformula::Le());
+        case 4:
+            return with(qvformula::Gt());
+        default:
+            return with(qvformula::Ge());
     }
 }
 
@@ -112,36 +118,67 @@ void QVBlockRunner<T>::save(int slot) {
 }
 
 template <class T>
+bool QVBlockRunner<T>::load(int saved, Operand value) {
+    save(saved);
+    acc_ = value;
+    return true;
+}
+
+template <class T>
+bool QVBlockRunner<T>::place(int slot, Operand value) {
+    slots_[static_cast<std::size_t>(slot)] = value;
+    return true;
+}
+
+template <class T>
 bool QVBlockRunner<T>::step(const Instruction& i) {
     const auto slot = [&](int number) { return slots_[static_cast<std::size_t>(number)]; };
     if (i.op <= QVCode::PowKF) return arithmetic(i);
     if (i.op <= QVCode::Div_DivFK) return fused(i);
     if (i.op >= QVCode::EqAF && i.op <= QVCode::GeFK) return comparison(i);
     switch (i.op) {
-        case QVCode::MulAFAddAK: return horner(slot(i.x), i.k);
-        case QVCode::LoadF: return save(i.z), acc_ = slot(i.x), true;
-        case QVCode::LoadK: return save(i.z), acc_ = {&i.k, true}, true;
+        case QVCode::MulAFAddAK:
+            return horner(slot(i.x), i.k);
+        case QVCode::LoadF:
+            return load(i.z, slot(i.x));
+        case QVCode::LoadK:
+            return load(i.z, {&i.k, true});
         case QVCode::LoadName:
             save(i.z);
             *own_[0] = qvformula::readName<T>(run_.names, program_.names[i.n]);
             acc_ = {own_[0], true};
             return true;
-        case QVCode::StoreF: return slots_[static_cast<std::size_t>(i.z)] = slot(i.x), true;
-        case QVCode::StoreK: return slots_[static_cast<std::size_t>(i.z)] = {&i.k, true}, true;
+        case QVCode::StoreF:
+            return place(i.z, slot(i.x));
+        case QVCode::StoreK:
+            return place(i.z, {&i.k, true});
         case QVCode::StoreSquare:
             apply(opMul, slot(i.x), slot(i.x), own_[static_cast<std::size_t>(i.z)], false, false);
-            return slots_[static_cast<std::size_t>(i.z)] = result_, true;
-        case QVCode::StoreA: return save(i.z), true;
-        case QVCode::NegF: save(i.z), acc_ = slot(i.x); [[fallthrough]];
-        case QVCode::Neg: return each([](const T& v) { return qvformula::negate(v); });
-        case QVCode::Square: return square();
-        case QVCode::Cube: return each([](const T& v) { return qvformula::cube(v); });
-        case QVCode::Fourth: return each([](const T& v) { return qvformula::fourth(v); });
-        case QVCode::Sqrt: return squareRoot();
-        case QVCode::Abs: return each([](const T& v) { return qvformula::abs(v); });
-        case QVCode::CallUnary: return callUnary(*program_.calls[i.n]);
-        case QVCode::Call: return call(*program_.calls[i.n], i.x, i.y);
-        default: return each([&](const T& v) { return qvformula::element(run_, i.x, v); });
+            return place(i.z, result_);
+        case QVCode::StoreA:
+            save(i.z);
+            return true;
+        case QVCode::NegF:
+            load(i.z, slot(i.x));
+            [[fallthrough]];
+        case QVCode::Neg:
+            return each([](const T& v) { return qvformula::negate(v); });
+        case QVCode::Square:
+            return square();
+        case QVCode::Cube:
+            return each([](const T& v) { return qvformula::cube(v); });
+        case QVCode::Fourth:
+            return each([](const T& v) { return qvformula::fourth(v); });
+        case QVCode::Sqrt:
+            return squareRoot();
+        case QVCode::Abs:
+            return each([](const T& v) { return qvformula::abs(v); });
+        case QVCode::CallUnary:
+            return callUnary(*program_.calls[i.n]);
+        case QVCode::Call:
+            return call(*program_.calls[i.n], i.x, i.y);
+        default:
+            return each([&](const T& v) { return qvformula::element(run_, i.x, v); });
     }
 }
 
@@ -201,11 +238,16 @@ bool QVBlockRunner<T>::apply(int operation, Operand a, Operand b, T* out, bool a
         return each(a, b, out, [&](const T& x, const T& y) { return op.of(x, y); });
     };
     switch (operation) {
-        case opAdd: return with(qvformula::Add());
-        case opSub: return with(qvformula::Sub());
-        case opMul: return with(qvformula::Mul());
-        case opDiv: return with(qvformula::Div());
-        default: return with(qvformula::Pow());
+        case opAdd:
+            return with(qvformula::Add());
+        case opSub:
+            return with(qvformula::Sub());
+        case opMul:
+            return with(qvformula::Mul());
+        case opDiv:
+            return with(qvformula::Div());
+        default:
+            return with(qvformula::Pow());
     }
 }
 
@@ -224,17 +266,24 @@ bool QVBlockRunner<T>::arithmetic(const Instruction& i) {
     const Operand y = slots_[static_cast<std::size_t>(i.y)];
     const Operand k{&i.k, true};
     const auto run = [&](Operand a, Operand b) {
-        return toAccumulator(apply(number / binaryForms, a, b, own_[0], a.values == k.values,
-                                   b.values == k.values));
+        return toAccumulator(
+            apply(number / binaryForms, a, b, own_[0], a.values == k.values, b.values == k.values));
     };
     switch (form) {
-        case formAF: return run(acc_, x);
-        case formFA: return run(x, acc_);
-        case formAK: return run(acc_, k);
-        case formKA: return run(k, acc_);
-        case formFF: return run(x, y);
-        case formFK: return run(x, k);
-        default: return run(k, x);
+        case formAF:
+            return run(acc_, x);
+        case formFA:
+            return run(x, acc_);
+        case formAK:
+            return run(acc_, k);
+        case formKA:
+            return run(k, acc_);
+        case formFF:
+            return run(x, y);
+        case formFK:
+            return run(x, k);
+        default:
+            return run(k, x);
     }
 }
 
@@ -293,9 +342,8 @@ bool QVBlockRunner<T>::comparison(const Instruction& i) {
     if (form == compareAF) right = x;
     if (form == compareFF) right = slots_[static_cast<std::size_t>(i.y)];
     return toAccumulator(compare(i.op, [&](auto op) {
-        return each(left, right, own_[0], [&](const T& a, const T& b) {
-            return T(op.of(a, b, i.n) ? 1 : 0);
-        });
+        return each(left, right, own_[0],
+                    [&](const T& a, const T& b) { return T(op.of(a, b, i.n) ? 1 : 0); });
     }));
 }
 

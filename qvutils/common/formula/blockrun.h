@@ -43,6 +43,8 @@ private:
     bool callUnary(const FuncDataElt<T>& f);
     bool call(const FuncDataElt<T>& f, int firstSlot, int count);
     void save(int slot);
+    bool load(int saved, Operand value);
+    bool place(int slot, Operand value);
     bool apply(int operation, Operand a, Operand b, T* out, bool aConstant, bool bConstant);
     /// The result_ becomes the accumulator.
     bool toAccumulator(bool done);

@@ -197,7 +197,9 @@ T atanSlope(const QVDual<T>* a, int, const T&) {
     return qvChain(a->slope, T(1) / (T(1) + a->value * a->value));
 }
 
-double asinFactor(double x) { return 1 / std::sqrt((1 - x) * (1 + x)); }
+double asinFactor(double x) {
+    return 1 / std::sqrt((1 - x) * (1 + x));
+}
 /// Above the cuts x > 1 and x < -1, where asin and acos have their values, 1 - z lies below the cut
 /// of the square root: hence the sign of its imaginary part.
 Complex asinFactor(const Complex& z) {
@@ -227,8 +229,12 @@ Complex argSlope(const QVDual<Complex>* a, int, const Complex&) {
     if (a->slope == 0.0) return 0;
     return (std::conj(a->value) * a->slope).imag() / std::norm(a->value);
 }
-Complex realSlope(const QVDual<Complex>* a, int, const Complex&) { return a->slope.real(); }
-Complex imagSlope(const QVDual<Complex>* a, int, const Complex&) { return a->slope.imag(); }
+Complex realSlope(const QVDual<Complex>* a, int, const Complex&) {
+    return a->slope.real();
+}
+Complex imagSlope(const QVDual<Complex>* a, int, const Complex&) {
+    return a->slope.imag();
+}
 
 template <class T>
 T signSlope(const QVDual<T>*, int, const T&) {
@@ -272,17 +278,18 @@ T splineSlope(const QVDual<T>* a, int count, const T&) {
     const int points = count / 2;
     for (int i = 1; i < count; i += 2) {
         if (a[i].slope != T(0)) {
-            qvThrowError("the x-arguments of \"spline\" must not depend on the variable of the "
-                         "derivative\n");
+            qvThrowError(
+                "the x-arguments of \"spline\" must not depend on the variable of the "
+                "derivative\n");
         }
     }
     const double x = realPart(a[0].value);
     const auto xs = [&](int i) { return realPart(a[1 + 2 * i].value); };
     const auto column = [&](auto part) {
-        const ValueAndSlope along = splineThrough(
-            x, points, xs, [&](int i) { return part(a[2 + 2 * i].value); });
-        const ValueAndSlope change = splineThrough(
-            x, points, xs, [&](int i) { return part(a[2 + 2 * i].slope); });
+        const ValueAndSlope along =
+            splineThrough(x, points, xs, [&](int i) { return part(a[2 + 2 * i].value); });
+        const ValueAndSlope change =
+            splineThrough(x, points, xs, [&](int i) { return part(a[2 + 2 * i].slope); });
         return ValueAndSlope{change.value, along.slope};
     };
     const ValueAndSlope re = column([](const T& v) { return realPart(v); });
@@ -317,9 +324,12 @@ constexpr auto arrayForm([[maybe_unused]] ArrayForm form) -> bool (*)(const T*, 
 }
 
 template <class T, T (*Function)(T)>
-constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help,
-                           QVDirect direct, ArrayForm array = nullptr) {
-    return {name, 1, "(x)", &ofList<T, Function>,
+constexpr QVBuiltin<T> one(const char* name, Slope<T> slope, const char* help, QVDirect direct,
+                           ArrayForm array = nullptr) {
+    return {name,
+            1,
+            "(x)",
+            &ofList<T, Function>,
             {help, Function, slope, arrayForm<T>(array), direct, true}};
 }
 
@@ -353,9 +363,8 @@ template <class T>
 constexpr QVBuiltin<T> absRow = one<T, f::abs>("abs", absSlope, "absolute value, modulus",
                                                QVDirect::abs);
 template <class T>
-constexpr QVBuiltin<T> splineRow =
-    several<T>("spline", -1, "(x, x1, y1, x2, y2, ...)", spline, splineSlope,
-               "natural cubic spline through points");
+constexpr QVBuiltin<T> splineRow = several<T>("spline", -1, "(x, x1, y1, x2, y2, ...)", spline,
+                                              splineSlope, "natural cubic spline through points");
 template <class T>
 constexpr QVBuiltin<T> maxRow = several<T>("max", -1, "(a, b, ...)", extremeOf<T, true>,
                                            extremeSlope<T, true>, "largest argument");
@@ -367,53 +376,46 @@ constexpr QVBuiltin<T> lininterpRow =
     several<T>("lininterp", -1, "(x, x1, y1, x2, y2, ...)", lininterp, lininterpSlope,
                "piecewise linear interpolation, its end pieces going on outside");
 template <class T>
-constexpr QVBuiltin<T> expRow =
-    one<T, f::exp>("exp", expSlope, "e to the power x", f::blockExp);
+constexpr QVBuiltin<T> expRow = one<T, f::exp>("exp", expSlope, "e to the power x", f::blockExp);
 template <class T>
-constexpr QVBuiltin<T> sinRow =
-    one<T, f::sin>("sin", sinSlope, "sine of an angle in radians", vectorForm<V::sin>);
+constexpr QVBuiltin<T> sinRow = one<T, f::sin>("sin", sinSlope, "sine of an angle in radians",
+                                               vectorForm<V::sin>);
 template <class T>
-constexpr QVBuiltin<T> cosRow =
-    one<T, f::cos>("cos", cosSlope, "cosine", vectorForm<V::cos>);
+constexpr QVBuiltin<T> cosRow = one<T, f::cos>("cos", cosSlope, "cosine", vectorForm<V::cos>);
 template <class T>
-constexpr QVBuiltin<T> tanRow =
-    one<T, f::tan>("tan", tanSlope, "tangent", vectorForm<V::tan>);
+constexpr QVBuiltin<T> tanRow = one<T, f::tan>("tan", tanSlope, "tangent", vectorForm<V::tan>);
 template <class T>
-constexpr QVBuiltin<T> sinhRow =
-    one<T, f::sinh>("sinh", sinhSlope, "hyperbolic sine", vectorForm<V::sinh>);
+constexpr QVBuiltin<T> sinhRow = one<T, f::sinh>("sinh", sinhSlope, "hyperbolic sine",
+                                                 vectorForm<V::sinh>);
 template <class T>
-constexpr QVBuiltin<T> coshRow =
-    one<T, f::cosh>("cosh", coshSlope, "hyperbolic cosine", vectorForm<V::cosh>);
+constexpr QVBuiltin<T> coshRow = one<T, f::cosh>("cosh", coshSlope, "hyperbolic cosine",
+                                                 vectorForm<V::cosh>);
 template <class T>
-constexpr QVBuiltin<T> tanhRow =
-    one<T, f::tanh>("tanh", tanhSlope, "hyperbolic tangent", vectorForm<V::tanh>);
+constexpr QVBuiltin<T> tanhRow = one<T, f::tanh>("tanh", tanhSlope, "hyperbolic tangent",
+                                                 vectorForm<V::tanh>);
 template <class T>
-constexpr QVBuiltin<T> lnRow =
-    one<T, f::ln>("ln", lnSlope, "natural logarithm", f::blockLn);
+constexpr QVBuiltin<T> lnRow = one<T, f::ln>("ln", lnSlope, "natural logarithm", f::blockLn);
 template <class T>
-constexpr QVBuiltin<T> log10Row =
-    one<T, f::log10>("log10", log10Slope, "decimal logarithm", f::blockLog10);
+constexpr QVBuiltin<T> log10Row = one<T, f::log10>("log10", log10Slope, "decimal logarithm",
+                                                   f::blockLog10);
 template <class T>
-constexpr QVBuiltin<T> asinRow =
-    one<T, f::asin>("asin", asinSlope, "inverse sine", f::blockAsin);
+constexpr QVBuiltin<T> asinRow = one<T, f::asin>("asin", asinSlope, "inverse sine", f::blockAsin);
 template <class T>
-constexpr QVBuiltin<T> acosRow =
-    one<T, f::acos>("acos", acosSlope, "inverse cosine", f::blockAcos);
+constexpr QVBuiltin<T> acosRow = one<T, f::acos>("acos", acosSlope, "inverse cosine", f::blockAcos);
 template <class T>
-constexpr QVBuiltin<T> atanRow =
-    one<T, f::atan>("atan", atanSlope, "inverse tangent", vectorForm<V::atan>);
+constexpr QVBuiltin<T> atanRow = one<T, f::atan>("atan", atanSlope, "inverse tangent",
+                                                 vectorForm<V::atan>);
 template <class T>
 constexpr QVBuiltin<T> ifRow =
     several<T>("if", 3, "(condition, a, b)", conditional, nullptr,
                "a where the condition is not 0, else b; the other one is not evaluated");
 
 constexpr QVBuiltin<double> realTable[] = {
-    sqrtRow<double>,  signRow<double>,  powRow<double>,   starsRow<double>,
-    absRow<double>,   splineRow<double>, maxRow<double>,  minRow<double>,
-    lininterpRow<double>, expRow<double>, sinRow<double>, cosRow<double>,
-    tanRow<double>,   sinhRow<double>,  coshRow<double>,  tanhRow<double>,
-    lnRow<double>,    log10Row<double>, asinRow<double>,  acosRow<double>,
-    atanRow<double>,  ifRow<double>};
+    sqrtRow<double>,   signRow<double>, powRow<double>,   starsRow<double>,     absRow<double>,
+    splineRow<double>, maxRow<double>,  minRow<double>,   lininterpRow<double>, expRow<double>,
+    sinRow<double>,    cosRow<double>,  tanRow<double>,   sinhRow<double>,      coshRow<double>,
+    tanhRow<double>,   lnRow<double>,   log10Row<double>, asinRow<double>,      acosRow<double>,
+    atanRow<double>,   ifRow<double>};
 
 constexpr QVBuiltin<Complex> complexTable[] = {
     sqrtRow<Complex>,

@@ -30,7 +30,7 @@ struct QVFunctionFacts {
 template <class T>
 struct QVBuiltin {
     const char* name;
-    int arity;  ///< -1: any number, the function checks it
+    int arity;              ///< -1: any number, the function checks it
     const char* arguments;  ///< as shown to the user: "(x)"
     QVFormulaFunction<T> function;
     QVFunctionFacts<T> facts;

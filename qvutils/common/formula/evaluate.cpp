@@ -57,16 +57,14 @@ T QVExpression<T>::EvaluateDerivative(int parameter, T& derivative, Error& error
 template <class T>
 T QVExpression<T>::Evaluate(const QVArguments<T>& arguments, Error& error) const {
     if (!mayEvaluate(&arguments, error)) return T();
-    QVRun<T> run(parameters_, scalars_, &arguments, names_, boundsCheck_, error,
-                 arguments.fault_);
+    QVRun<T> run(parameters_, scalars_, &arguments, names_, boundsCheck_, error, arguments.fault_);
     return qvformula::execute<T>(*program_, run);
 }
 
 template <class T>
-T QVExpression<T>::EvaluateDerivative(const QVArguments<T>& arguments, int parameter,
-                                      T& derivative, Error& error) const {
-    QVRun<T> run(parameters_, scalars_, &arguments, names_, boundsCheck_, error,
-                 arguments.fault_);
+T QVExpression<T>::EvaluateDerivative(const QVArguments<T>& arguments, int parameter, T& derivative,
+                                      Error& error) const {
+    QVRun<T> run(parameters_, scalars_, &arguments, names_, boundsCheck_, error, arguments.fault_);
     return deriveWith(run, parameter, derivative);
 }
 

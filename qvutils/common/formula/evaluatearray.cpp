@@ -40,9 +40,8 @@ bool QVExpression<T>::mayEvaluateArray(std::span<const QVArraySource<T>> sources
 }
 
 template <class T>
-bool QVExpression<T>::EvaluateArray(std::span<const QVArraySource<T>> sources,
-                                    std::span<T> results, Error& error,
-                                    std::size_t* failedRow) const {
+bool QVExpression<T>::EvaluateArray(std::span<const QVArraySource<T>> sources, std::span<T> results,
+                                    Error& error, std::size_t* failedRow) const {
     if (failedRow) *failedRow = 0;
     if (!mayEvaluateArray(sources, results.size(), error)) return false;
 
@@ -78,5 +77,4 @@ using qvformula::Complex;
 template bool QVExpression<Complex>::mayEvaluateArray(std::span<const QVArraySource<Complex>>,
                                                       std::size_t, Error&) const;
 template bool QVExpression<Complex>::EvaluateArray(std::span<const QVArraySource<Complex>>,
-                                                   std::span<Complex>, Error&,
-                                                   std::size_t*) const;
+                                                   std::span<Complex>, Error&, std::size_t*) const;

@@ -67,7 +67,9 @@ template <class T>
 T square(const T& x) {
     return x * x;
 }
-inline Complex square(const Complex& z) { return isReal(z) ? z.real() * z.real() : z * z; }
+inline Complex square(const Complex& z) {
+    return isReal(z) ? z.real() * z.real() : z * z;
+}
 template <class T>
 T cube(const T& x) {
     return x * x * x;

@@ -6,9 +6,9 @@
 /// values.
 ///
 /// A binary operation has a form for each place its operands may come from, named by two letters,
-/// left operand first: A the accumulator, F a slot of the frame (x, then y), K the constant k of the
-/// instruction. An instruction that does not use the accumulator saves it in slot z beforehand; where
-/// nothing has to be saved, z is a slot that nobody reads.
+/// left operand first: A the accumulator, F a slot of the frame (x, then y), K the constant k of
+/// the instruction. An instruction that does not use the accumulator saves it in slot z beforehand;
+/// where nothing has to be saved, z is a slot that nobody reads.
 #define QV_BINARY_FORMS(X, name) \
     X(name##AF) X(name##FA) X(name##AK) X(name##KA) X(name##FF) X(name##FK) X(name##KF)
 

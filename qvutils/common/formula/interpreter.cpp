@@ -16,8 +16,12 @@ constexpr double largestBound = 9007199254740992.0;
 
 }  // namespace
 
-void qvSetMostLoopRounds(double rounds) { mostRounds = rounds; }
-double qvMostLoopRounds() { return mostRounds; }
+void qvSetMostLoopRounds(double rounds) {
+    mostRounds = rounds;
+}
+double qvMostLoopRounds() {
+    return mostRounds;
+}
 
 void QVLoopBudget::take(double rounds) {
     taken_ += rounds;

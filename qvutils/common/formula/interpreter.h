@@ -39,8 +39,13 @@ struct QVRun {
     QVRun(const List<QVParameterOf<T>>& all, const std::vector<const QVParameterOf<T>*>& used,
           const QVArguments<T>* values, QVNameSource* source, bool checkBounds, Error& errorOut,
           QVFormulaFault& faultOut)
-        : parameters(all), scalars(used), arguments(values), names(source),
-          boundsCheck(checkBounds), error(errorOut), fault(faultOut) {}
+        : parameters(all),
+          scalars(used),
+          arguments(values),
+          names(source),
+          boundsCheck(checkBounds),
+          error(errorOut),
+          fault(faultOut) {}
 
     const List<QVParameterOf<T>>& parameters;
     const std::vector<const QVParameterOf<T>*>& scalars;
@@ -115,8 +120,8 @@ struct Loop {
 #pragma GCC diagnostic ignored "-Wpedantic"
 
 /// Runs a program; V is T or QVDual<T>. When the formula has no value the failure is reported and
-/// the result 0. All is in this one function, for calls cost as much as a dozen instructions do. The
-/// frame lies on the machine's stack: an evaluation takes no memory elsewhere.
+/// the result 0. All is in this one function, for calls cost as much as a dozen instructions do.
+/// The frame lies on the machine's stack: an evaluation takes no memory elsewhere.
 template <class V, class T>
 V execute(const QVProgram<T>& program, QVRun<T>& run) {
     static const void* const labels[] = {
@@ -126,8 +131,8 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
     };
     Loop loops[qvDeepestLoop];
     QVLoopBudget budget;
-    V* const F = static_cast<V*>(
-        __builtin_alloca(static_cast<std::size_t>(program.frameSize) * sizeof(V)));
+    V* const F =
+        static_cast<V*>(__builtin_alloca(static_cast<std::size_t>(program.frameSize) * sizeof(V)));
     run.fill(F + 1, program.scalars);
     const QVInstruction<T>* const code = program.code.data();
     const QVInstruction<T>* ip = code;
@@ -135,40 +140,37 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
     const auto truth = [](bool yes) { return V(T(yes ? 1 : 0)); };
 
 #define QV_GO goto* labels[static_cast<int>(ip->op)]
-#define QV_CASE(name, ...) \
+#define QV_CASE(name, ...)     \
     label##name : __VA_ARGS__; \
     ++ip;                      \
     QV_GO;
-#define QV_BINARY(name)                                                                  \
-    QV_CASE(name##AF, acc = name::of(acc, F[ip->x]))                                     \
-    QV_CASE(name##FA, acc = name::of(F[ip->x], acc))                                     \
-    QV_CASE(name##AK, acc = name::withConstant(acc, ip->k))                              \
-    QV_CASE(name##KA, acc = name::ofConstant(ip->k, acc))                                \
-    QV_CASE(name##FF, F[ip->z] = acc; acc = name::of(F[ip->x], F[ip->y]))                \
-    QV_CASE(name##FK, F[ip->z] = acc; acc = name::withConstant(F[ip->x], ip->k))         \
+#define QV_BINARY(name)                                                          \
+    QV_CASE(name##AF, acc = name::of(acc, F[ip->x]))                             \
+    QV_CASE(name##FA, acc = name::of(F[ip->x], acc))                             \
+    QV_CASE(name##AK, acc = name::withConstant(acc, ip->k))                      \
+    QV_CASE(name##KA, acc = name::ofConstant(ip->k, acc))                        \
+    QV_CASE(name##FF, F[ip->z] = acc; acc = name::of(F[ip->x], F[ip->y]))        \
+    QV_CASE(name##FK, F[ip->z] = acc; acc = name::withConstant(F[ip->x], ip->k)) \
     QV_CASE(name##KF, F[ip->z] = acc; acc = name::ofConstant(ip->k, F[ip->x]))
-#define QV_FUSED(first, second)                                                          \
-    QV_CASE(first##_##second##FF, acc = first::of(acc, second::of(F[ip->x], F[ip->y])))  \
-    QV_CASE(first##_##second##FK,                                                        \
-            acc = first::of(acc, second::withConstant(F[ip->x], ip->k)))
+#define QV_FUSED(first, second)                                                         \
+    QV_CASE(first##_##second##FF, acc = first::of(acc, second::of(F[ip->x], F[ip->y]))) \
+    QV_CASE(first##_##second##FK, acc = first::of(acc, second::withConstant(F[ip->x], ip->k)))
 #define QV_FUSED_ALL(first) \
     QV_FUSED(first, Add) QV_FUSED(first, Sub) QV_FUSED(first, Mul) QV_FUSED(first, Div)
-#define QV_JUMP_UNLESS(condition)                      \
-    ip = (condition) ? ip + 2 : code + ip[1].x;        \
+#define QV_JUMP_CASE(name, save, condition)     \
+    label##name : save;                         \
+    ip = (condition) ? ip + 2 : code + ip[1].x; \
     QV_GO;
-#define QV_COMPARISON(name)                                                              \
-    QV_CASE(name##AF, acc = truth(name::of(plain(acc), plain(F[ip->x]), ip->n)))         \
-    QV_CASE(name##AK, acc = truth(name::of(plain(acc), ip->k, ip->n)))                   \
-    QV_CASE(name##FF, F[ip->z] = acc;                                                    \
-            acc = truth(name::of(plain(F[ip->x]), plain(F[ip->y]), ip->n)))              \
-    QV_CASE(name##FK, F[ip->z] = acc;                                                    \
-            acc = truth(name::of(plain(F[ip->x]), ip->k, ip->n)))                        \
-    label##name##JumpAF : QV_JUMP_UNLESS(name::of(plain(acc), plain(F[ip->x]), ip->n))   \
-    label##name##JumpAK : QV_JUMP_UNLESS(name::of(plain(acc), ip->k, ip->n))             \
-    label##name##JumpFF : F[ip->z] = acc;                                                \
-    QV_JUMP_UNLESS(name::of(plain(F[ip->x]), plain(F[ip->y]), ip->n))                    \
-    label##name##JumpFK : F[ip->z] = acc;                                                \
-    QV_JUMP_UNLESS(name::of(plain(F[ip->x]), ip->k, ip->n))
+#define QV_COMPARED(name, left, right) name::of(plain(left), plain(right), ip->n)
+#define QV_COMPARISON(name)                                                               \
+    QV_CASE(name##AF, acc = truth(QV_COMPARED(name, acc, F[ip->x])))                      \
+    QV_CASE(name##AK, acc = truth(QV_COMPARED(name, acc, ip->k)))                         \
+    QV_CASE(name##FF, F[ip->z] = acc; acc = truth(QV_COMPARED(name, F[ip->x], F[ip->y]))) \
+    QV_CASE(name##FK, F[ip->z] = acc; acc = truth(QV_COMPARED(name, F[ip->x], ip->k)))    \
+    QV_JUMP_CASE(name##JumpAF, , QV_COMPARED(name, acc, F[ip->x]))                        \
+    QV_JUMP_CASE(name##JumpAK, , QV_COMPARED(name, acc, ip->k))                           \
+    QV_JUMP_CASE(name##JumpFF, F[ip->z] = acc, QV_COMPARED(name, F[ip->x], F[ip->y]))     \
+    QV_JUMP_CASE(name##JumpFK, F[ip->z] = acc, QV_COMPARED(name, F[ip->x], ip->k))
 
     try {
         QV_GO;
@@ -211,7 +213,7 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
     labelJumpUnless:
         ip = plain(acc) != T(0) ? ip + 1 : code + ip->x;
         QV_GO;
-    labelLoopBegin: {
+    labelLoopBegin : {
         const auto kind = static_cast<QVLoopKind>(ip->z);
         const double to = loopBound(plain(acc), kind);
         const double from = loopBound(plain(F[ip->x]), kind);
@@ -225,7 +227,7 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
         ++ip;
         QV_GO;
     }
-    labelLoopEnd: {
+    labelLoopEnd : {
         Loop& loop = loops[ip->n];
         V& total = F[ip->y + 1];
         total = static_cast<QVLoopKind>(ip->z) == QVLoopKind::sum ? total + acc : total * acc;
@@ -251,7 +253,8 @@ V execute(const QVProgram<T>& program, QVRun<T>& run) {
 #undef QV_BINARY
 #undef QV_FUSED
 #undef QV_FUSED_ALL
-#undef QV_JUMP_UNLESS
+#undef QV_JUMP_CASE
+#undef QV_COMPARED
 #undef QV_COMPARISON
 }
 #pragma GCC diagnostic pop

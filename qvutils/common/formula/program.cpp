@@ -25,30 +25,51 @@ Builder<T>::Builder(const QVCompiledList<T>& list, QVProgram<T>& program)
 template <class T>
 void Builder<T>::element(const QVCompiledElement<T>& e) {
     switch (e.op) {
-        case QVOp::number: return push(constant, 0, e.value);
-        case QVOp::parameter: return push(slot, scalarSlot(e.target));
-        case QVOp::loopVariable: return push(slot, loopSlot(e.target));
+        case QVOp::number:
+            return push(constant, 0, e.value);
+        case QVOp::parameter:
+            return push(slot, scalarSlot(e.target));
+        case QVOp::loopVariable:
+            return push(slot, loopSlot(e.target));
         case QVOp::variable:
             emitStart({QVCode::LoadName, static_cast<std::uint16_t>(e.target)});
             return pushAccumulator();
-        case QVOp::call: return call(e);
-        case QVOp::add: return binary(QVCode::AddAF);
-        case QVOp::subtract: return binary(QVCode::SubAF);
-        case QVOp::multiply: return binary(QVCode::MulAF);
-        case QVOp::divide: return binary(QVCode::DivAF);
-        case QVOp::negate: return negate();
-        case QVOp::index: return index(e.target);
-        case QVOp::jumpIfZero: return conditionalJump();
-        case QVOp::jump: return jumpToEnd();
-        case QVOp::endIf: return endOfConditional();
-        case QVOp::equal: return comparison(QVCode::EqAF);
-        case QVOp::notEqual: return comparison(QVCode::NeAF);
-        case QVOp::less: return comparison(QVCode::LtAF);
-        case QVOp::lessEqual: return comparison(QVCode::LeAF);
-        case QVOp::greater: return comparison(QVCode::GtAF);
-        case QVOp::greaterEqual: return comparison(QVCode::GeAF);
-        case QVOp::loopBegin: return loopBegin(e);
-        case QVOp::loopEnd: return loopEnd(e);
+        case QVOp::call:
+            return call(e);
+        case QVOp::add:
+            return binary(QVCode::AddAF);
+        case QVOp::subtract:
+            return binary(QVCode::SubAF);
+        case QVOp::multiply:
+            return binary(QVCode::MulAF);
+        case QVOp::divide:
+            return binary(QVCode::DivAF);
+        case QVOp::negate:
+            return negate();
+        case QVOp::index:
+            return index(e.target);
+        case QVOp::jumpIfZero:
+            return conditionalJump();
+        case QVOp::jump:
+            return jumpToEnd();
+        case QVOp::endIf:
+            return endOfConditional();
+        case QVOp::equal:
+            return comparison(QVCode::EqAF);
+        case QVOp::notEqual:
+            return comparison(QVCode::NeAF);
+        case QVOp::less:
+            return comparison(QVCode::LtAF);
+        case QVOp::lessEqual:
+            return comparison(QVCode::LeAF);
+        case QVOp::greater:
+            return comparison(QVCode::GtAF);
+        case QVOp::greaterEqual:
+            return comparison(QVCode::GeAF);
+        case QVOp::loopBegin:
+            return loopBegin(e);
+        case QVOp::loopEnd:
+            return loopEnd(e);
     }
 }
 
@@ -129,8 +150,12 @@ void Builder<T>::unary(const QVCompiledElement<T>& e) {
     toAccumulator();
     pop();
     switch (e.function->facts->direct) {
-        case QVDirect::sqrt: emit({QVCode::Sqrt}); break;
-        case QVDirect::abs: emit({QVCode::Abs}); break;
+        case QVDirect::sqrt:
+            emit({QVCode::Sqrt});
+            break;
+        case QVDirect::abs:
+            emit({QVCode::Abs});
+            break;
         default:
             emit({QVCode::CallUnary, static_cast<std::uint16_t>(callNumber(e.function))});
             break;

@@ -28,7 +28,7 @@ public:
     std::vector<const FuncDataElt<T>*> calls;
     std::vector<QVNameHandle> names;
     int frameSize = 0;
-    int loops = 0;       ///< levels of loops
+    int loops = 0;         ///< levels of loops
     bool straight = true;  ///< runs from the first to the last instruction, without jumps
 };
 

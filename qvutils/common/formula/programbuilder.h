@@ -12,7 +12,9 @@ using namespace qvforms;
 inline QVCode plus(QVCode code, int offset) {
     return static_cast<QVCode>(static_cast<int>(code) + offset);
 }
-inline int distance(QVCode from, QVCode to) { return static_cast<int>(to) - static_cast<int>(from); }
+inline int distance(QVCode from, QVCode to) {
+    return static_cast<int>(to) - static_cast<int>(from);
+}
 
 template <class T>
 bool isPower(const QVCompiledElement<T>& e) {
@@ -103,8 +105,8 @@ private:
     void loopEnd(const QVCompiledElement<T>& e);
     int scalarSlot(int parameter) const {
         const auto& all = program_.scalars;
-        return 1 + static_cast<int>(std::lower_bound(all.begin(), all.end(), parameter) -
-                                    all.begin());
+        return 1 +
+               static_cast<int>(std::lower_bound(all.begin(), all.end(), parameter) - all.begin());
     }
     void makeSquares();
     /// The slot that holds the square of what is in a slot; 0 for none.
@@ -120,7 +122,7 @@ private:
     QVProgram<T>& program_;
     std::vector<Entry> stack_;
     std::vector<int> squares_;  // the slot of each scalar's square, 0 for none
-    std::vector<int> open_;  // jumps whose target is not known yet, first rounds of loops
+    std::vector<int> open_;     // jumps whose target is not known yet, first rounds of loops
     QVSpot spot_;
     int inAccumulator_ = -1;
     int firstValue_ = 0;

@@ -55,11 +55,21 @@ bool Builder<T>::fold(QVCode operation, const T& a, const T& b) {
     try {
         T value{};
         switch (operation) {
-            case QVCode::AddAF: value = qvformula::Add::withConstant(a, b); break;
-            case QVCode::SubAF: value = qvformula::Sub::withConstant(a, b); break;
-            case QVCode::MulAF: value = qvformula::Mul::withConstant(a, b); break;
-            case QVCode::DivAF: value = qvformula::Div::withConstant(a, b); break;
-            default: value = qvformula::Pow::withConstant(a, b); break;
+            case QVCode::AddAF:
+                value = qvformula::Add::withConstant(a, b);
+                break;
+            case QVCode::SubAF:
+                value = qvformula::Sub::withConstant(a, b);
+                break;
+            case QVCode::MulAF:
+                value = qvformula::Mul::withConstant(a, b);
+                break;
+            case QVCode::DivAF:
+                value = qvformula::Div::withConstant(a, b);
+                break;
+            default:
+                value = qvformula::Pow::withConstant(a, b);
+                break;
         }
         push(constant, 0, value);
         return true;
@@ -82,9 +92,9 @@ bool Builder<T>::fuse(QVCode operation, int leftSlot) {
     }
     if (operation == QVCode::DivAF && second >= 3 * binaryForms) return false;  // one may fail
     const int first = distance(QVCode::AddAF, operation) / binaryForms;
-    previous->op = plus(QVCode::Add_AddFF,
-                        4 * fusedForms * first + fusedForms * (second / binaryForms) +
-                            (form == formFK ? fusedFK : fusedFF));
+    previous->op =
+        plus(QVCode::Add_AddFF, 4 * fusedForms * first + fusedForms * (second / binaryForms) +
+                                    (form == formFK ? fusedFK : fusedFF));
     if (operation == QVCode::DivAF) program_.spots.back() = spot_;
     return true;
 }
@@ -100,11 +110,16 @@ bool Builder<T>::fuseHorner(QVCode operation, const T& k) {
 
 inline QVCode mirrored(QVCode operation) {
     switch (operation) {
-        case QVCode::LtAF: return QVCode::GtAF;
-        case QVCode::LeAF: return QVCode::GeAF;
-        case QVCode::GtAF: return QVCode::LtAF;
-        case QVCode::GeAF: return QVCode::LeAF;
-        default: return operation;
+        case QVCode::LtAF:
+            return QVCode::GtAF;
+        case QVCode::LeAF:
+            return QVCode::GeAF;
+        case QVCode::GtAF:
+            return QVCode::LtAF;
+        case QVCode::GeAF:
+            return QVCode::LeAF;
+        default:
+            return operation;
     }
 }
 
@@ -165,8 +180,9 @@ bool Builder<T>::smallPower() {
     } else {
         toAccumulator();
         pop();
-        emit({exponent == T(2) ? QVCode::Square
-                               : exponent == T(3) ? QVCode::Cube : QVCode::Fourth});
+        emit({exponent == T(2)   ? QVCode::Square
+              : exponent == T(3) ? QVCode::Cube
+                                 : QVCode::Fourth});
     }
     pushAccumulator();
     return true;

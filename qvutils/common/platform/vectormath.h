@@ -1,9 +1,9 @@
 #pragma once
 #include "qvutils/common/platform/qvexport.h"
 
-/// Mathematical functions of many numbers at once, by the vector instructions of the processor where
-/// the system has them, else one after the other. The results are within 4 units in the last place
-/// of the true ones, and a number's result does not depend on its place among the others.
+/// Mathematical functions of many numbers at once, by the vector instructions of the processor
+/// where the system has them, else one after the other. The results are within 4 units in the last
+/// place of the true ones, and a number's result does not depend on its place among the others.
 namespace qvplatform {
 
 enum class VectorFunction { sin, cos, tan, sinh, cosh, tanh, exp, log, log10, asin, acos, atan };

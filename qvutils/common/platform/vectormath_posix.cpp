@@ -22,8 +22,8 @@
 // clang-format on
 
 extern "C" {
-#define QV_DECLARE(name)                   \
-    __m128d _ZGVbN2v_##name(__m128d);      \
+#define QV_DECLARE(name)                                              \
+    __m128d _ZGVbN2v_##name(__m128d);                                 \
     __attribute__((target("avx2"))) __m256d _ZGVdN4v_##name(__m256d); \
     __attribute__((target("avx512f"))) __m512d _ZGVeN8v_##name(__m512d);
 QV_FUNCTIONS(QV_DECLARE)
@@ -39,34 +39,33 @@ namespace {
 
 // For each instruction set a function that applies one of the library's functions to n numbers. The
 // last ones, too few for a vector, are filled up with their last number.
-#define QV_APPLY(suffix, isa, Vector, width, load, store)                                        \
-    template <Vector (*function)(Vector)>                                                        \
-    __attribute__((target(isa), noinline)) void rest##suffix(const double* in, double* out,      \
-                                                             int n) {                            \
-        double filled[width];                                                                    \
-        for (int k = 0; k < width; ++k) filled[k] = in[k < n ? k : n - 1];                       \
-        store(filled, function(load(filled)));                                                   \
-        std::memcpy(out, filled, static_cast<std::size_t>(n) * sizeof(double));                  \
-    }                                                                                            \
-    template <Vector (*function)(Vector)>                                                        \
-    __attribute__((target(isa))) void apply##suffix(const double* in, double* out, int n) {      \
-        const int rest = n % width;                                                              \
-        for (int i = 0; i < n - rest; i += width) store(out + i, function(load(in + i)));        \
-        if (rest) rest##suffix<function>(in + n - rest, out + n - rest, rest);                   \
-    }                                                                                            \
-    __attribute__((target(isa))) void power##suffix(const double* a, const double* b,            \
-                                                    double* out, int n,                          \
-                                                    Vector function(Vector, Vector)) {           \
-        int i = 0;                                                                               \
-        for (; i + width <= n; i += width) store(out + i, function(load(a + i), load(b + i)));   \
-        if (i == n) return;                                                                      \
-        double left[width], right[width];                                                        \
-        for (int k = 0; k < width; ++k) {                                                        \
-            left[k] = a[i + k < n ? i + k : n - 1];                                              \
-            right[k] = b[i + k < n ? i + k : n - 1];                                             \
-        }                                                                                        \
-        store(left, function(load(left), load(right)));                                          \
-        std::memcpy(out + i, left, static_cast<std::size_t>(n - i) * sizeof(double));            \
+#define QV_APPLY(suffix, isa, Vector, width, load, store)                                          \
+    template <Vector (*function)(Vector)>                                                          \
+    __attribute__((target(isa), noinline)) void rest##suffix(const double* in, double* out,        \
+                                                             int n) {                              \
+        double filled[width];                                                                      \
+        for (int k = 0; k < width; ++k) filled[k] = in[k < n ? k : n - 1];                         \
+        store(filled, function(load(filled)));                                                     \
+        std::memcpy(out, filled, static_cast<std::size_t>(n) * sizeof(double));                    \
+    }                                                                                              \
+    template <Vector (*function)(Vector)>                                                          \
+    __attribute__((target(isa))) void apply##suffix(const double* in, double* out, int n) {        \
+        const int rest = n % width;                                                                \
+        for (int i = 0; i < n - rest; i += width) store(out + i, function(load(in + i)));          \
+        if (rest) rest##suffix<function>(in + n - rest, out + n - rest, rest);                     \
+    }                                                                                              \
+    __attribute__((target(isa))) void power##suffix(const double* a, const double* b, double* out, \
+                                                    int n, Vector function(Vector, Vector)) {      \
+        int i = 0;                                                                                 \
+        for (; i + width <= n; i += width) store(out + i, function(load(a + i), load(b + i)));     \
+        if (i == n) return;                                                                        \
+        double left[width], right[width];                                                          \
+        for (int k = 0; k < width; ++k) {                                                          \
+            left[k] = a[i + k < n ? i + k : n - 1];                                                \
+            right[k] = b[i + k < n ? i + k : n - 1];                                               \
+        }                                                                                          \
+        store(left, function(load(left), load(right)));                                            \
+        std::memcpy(out + i, left, static_cast<std::size_t>(n - i) * sizeof(double));              \
     }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wignored-attributes"
@@ -93,24 +92,31 @@ constexpr Row functions[] = {
 void vectorMath(VectorFunction function, const double* in, double* out, int n) {
     const Row& row = functions[static_cast<int>(function)];
     switch (vectorWidth()) {
-        case 8: return row.avx512(in, out, n);
-        case 4: return row.avx2(in, out, n);
-        default: return row.sse(in, out, n);
+        case 8:
+            return row.avx512(in, out, n);
+        case 4:
+            return row.avx2(in, out, n);
+        default:
+            return row.sse(in, out, n);
     }
 }
 
 void vectorPow(const double* base, const double* exponent, double* out, int n) {
     switch (vectorWidth()) {
-        case 8: return powerAvx512(base, exponent, out, n, _ZGVeN8vv_pow);
-        case 4: return powerAvx2(base, exponent, out, n, _ZGVdN4vv_pow);
-        default: return powerSse(base, exponent, out, n, _ZGVbN2vv_pow);
+        case 8:
+            return powerAvx512(base, exponent, out, n, _ZGVeN8vv_pow);
+        case 4:
+            return powerAvx2(base, exponent, out, n, _ZGVdN4vv_pow);
+        default:
+            return powerSse(base, exponent, out, n, _ZGVbN2vv_pow);
     }
 }
 
 int vectorWidth() {
     static const int width = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq")
                                  ? 8
-                                 : __builtin_cpu_supports("avx2") ? 4 : 2;
+                             : __builtin_cpu_supports("avx2") ? 4
+                                                              : 2;
     return width;
 }
 
@@ -128,7 +134,9 @@ void vectorPow(const double* base, const double* exponent, double* out, int n) {
     plainVectorPow(base, exponent, out, n);
 }
 
-int vectorWidth() { return 2; }
+int vectorWidth() {
+    return 2;
+}
 
 }  // namespace qvplatform
 

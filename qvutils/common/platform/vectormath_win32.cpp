@@ -11,6 +11,8 @@ void vectorPow(const double* base, const double* exponent, double* out, int n) {
 }
 
 /// GCC for Windows does not align the stack for wider vectors than these.
-int vectorWidth() { return 2; }
+int vectorWidth() {
+    return 2;
+}
 
 }  // namespace qvplatform

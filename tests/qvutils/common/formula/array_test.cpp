@@ -15,8 +15,12 @@ namespace {
 using Complex = std::complex<double>;
 constexpr int rows = 1000;  // three blocks and a part
 
-void setParts(double& x, double re, double) { x = re; }
-void setParts(Complex& z, double re, double im) { z = {re, im}; }
+void setParts(double& x, double re, double) {
+    x = re;
+}
+void setParts(Complex& z, double re, double im) {
+    z = {re, im};
+}
 
 double unitsApart(double a, double b) {
     if (a == b || (std::isnan(a) && std::isnan(b))) return 0;
@@ -67,8 +71,8 @@ protected:
         EXPECT_TRUE(evaluate(error)) << formula << ": " << error.chars();
         double worst = 0;
         for (int i = 0; i < rows; ++i) {
-            worst = std::max(worst, unitsApart(results[static_cast<std::size_t>(i)],
-                                               alone(i, error)));
+            worst =
+                std::max(worst, unitsApart(results[static_cast<std::size_t>(i)], alone(i, error)));
         }
         return worst;
     }
@@ -81,23 +85,27 @@ using Families = testing::Types<double, Complex>;
 TYPED_TEST_SUITE(Arrays, Families);
 using RealArrays = Arrays<double>;
 
+// clang-format off
+const char* const arithmetic[] = {
+    "x", "1", "a", "a+b", "a-x*c", "x*b+c*a", "((0.1*x+0.2)*x+0.3)*x-0.4", "-x", "-a*x",
+    "x**2/(x**2-2)+b**3-x**4", "a-b/x-(c-a*x)/(x+b)", "(a+x)/(b*2)", "x/(1/b)+a*(b-x)",
+    "(a*b)/(c*a)*x", "1-2-x*2/4", "a/(b-c*3)", "(a-c)*x-(a*c)", "x-(a*c)", "a-(x*c)",
+    "a-(c-b)/(c+x)", "b*(a/c)+2/b", "abs(x-b)", "sqrt(x+b)", "x==b", "(a==c)+x", "(1-x)**2",
+    "a*c+(x!=b)*2", "x*(b+1)*(c+x)*(a-b)*(x-b)", "lininterp(0.5,0,a,1,x)", "v[1]*x-v[0]",
+    "sum(i=1:3,i*x)", "if(x==b,x,b*a)"};
+const char* const functions[] = {
+    "sin(x)", "cos(x)", "tan(x)", "sinh(x)", "cosh(x)", "tanh(x)", "exp(x)", "ln(x)", "log10(x)",
+    "asin(x)", "acos(x)", "atan(x)", "x**b", "x**a", "a**x", "x**1.7", "exp(0-90-20*x)"};
+// clang-format on
+
 TYPED_TEST(Arrays, of_arithmetic_are_equal_bit_for_bit) {
-    for (const char* formula :
-         {"x", "1", "a", "a+b", "a-x*c", "x*b+c*a", "((0.1*x+0.2)*x+0.3)*x-0.4", "-x", "-a*x",
-          "x**2/(x**2-2)+b**3-x**4", "a-b/x-(c-a*x)/(x+b)", "(a+x)/(b*2)", "x/(1/b)+a*(b-x)",
-          "(a*b)/(c*a)*x", "1-2-x*2/4", "a/(b-c*3)", "(a-c)*x-(a*c)", "x-(a*c)", "a-(x*c)",
-          "a-(c-b)/(c+x)", "b*(a/c)+2/b", "abs(x-b)", "sqrt(x+b)", "x==b", "(a==c)+x", "(1-x)**2",
-          "a*c+(x!=b)*2", "x*(b+1)*(c+x)*(a-b)*(x-b)", "lininterp(0.5,0,a,1,x)", "v[1]*x-v[0]",
-          "sum(i=1:3,i*x)", "if(x==b,x,b*a)"}) {
+    for (const char* formula : arithmetic) {
         EXPECT_EQ(this->compare(formula), 0) << formula;
     }
 }
 
 TYPED_TEST(Arrays, of_functions_are_within_a_few_units_in_the_last_place) {
-    for (const char* formula :
-         {"sin(x)", "cos(x)", "tan(x)", "sinh(x)", "cosh(x)", "tanh(x)", "exp(x)", "ln(x)",
-          "log10(x)", "asin(x)", "acos(x)", "atan(x)", "x**b", "x**a", "a**x", "x**1.7",
-          "exp(0-90-20*x)"}) {
+    for (const char* formula : functions) {
         EXPECT_LE(this->compare(formula), 4) << formula;
     }
     EXPECT_LE(this->compare("exp(-a*x)*cos(b*x)+sin(a)"), 16);
@@ -128,8 +136,8 @@ TYPED_TEST(Arrays, report_the_first_row_that_fails) {
 
 TEST_F(RealArrays, check_the_domain_of_each_function) {
     x[513] = -3;
-    for (const char* formula : {"sqrt(x)", "ln(x)", "log10(x)", "asin(x)", "acos(x)",
-                                "x**0.5", "b+sqrt(x)*2", "v[x]", "lininterp(1,x,0,-2,1)"}) {
+    for (const char* formula : {"sqrt(x)", "ln(x)", "log10(x)", "asin(x)", "acos(x)", "x**0.5",
+                                "b+sqrt(x)*2", "v[x]", "lininterp(1,x,0,-2,1)"}) {
         EXPECT_TRUE(compile(formula));
         Error error, single;
         std::size_t row = 0;

@@ -51,13 +51,17 @@ struct Slopes {
     QVExpression<T> expression;
 };
 
+// clang-format off
 const char* const smooth[] = {
     "x", "3", "a*x+1", "a-x", "x*x*x", "1/x", "a/(x+1)", "(x+1)/(x-a)", "x**2", "x**3", "x**4",
     "x**5", "x**2.5", "x**(-3)", "a**x", "x**x", "pow(x,a)", "sqrt(x)", "exp(-a*x)", "ln(x)",
-    "log10(x)", "sin(a*x)", "cos(x/a)", "tan(x)", "sinh(x)", "cosh(x)", "tanh(a*x)", "asin(x)",
-    "acos(x)", "atan(x)", "-x+2*(-x)", "sum(i=1:4, x**i/i)", "prod(i=1:3, x+i)",
-    "((0.1*x+0.2)*x-a)*x+1", "a-x*x", "a/(x*x)", "x*(a-x)", "exp(sin(x)**2)/sqrt(1+x*x)",
-    "if(a>1, x*x, 1/0)", "v[1]*x + x/v[2]"};
+    "log10(x)", "sin(a*x)", "cos(x/a)", "tan(x)", "sinh(x)", "cosh(x)", "tanh(a*x)", "-x+2*(-x)",
+    "sum(i=1:4, x**i/i)", "prod(i=1:3, x+i)", "((0.1*x+0.2)*x-a)*x+1", "a-x*x", "a/(x*x)",
+    "x*(a-x)", "exp(sin(x)**2)/sqrt(1+x*x)", "if(a>1, x*x, 1/0)", "v[1]*x + x/v[2]"};
+// clang-format on
+
+/// Not every C library has complex forms of these that keep a tiny imaginary part.
+const char* const inverse[] = {"asin(x)", "acos(x)", "atan(x)"};
 
 TEST(Derivatives, of_real_formulas_are_those_of_complex_steps) {
     const double h = 1e-100;
@@ -71,15 +75,18 @@ TEST(Derivatives, of_real_formulas_are_those_of_complex_steps) {
     }
 }
 
-TEST(Derivatives, of_complex_formulas_are_those_of_differences_in_any_direction) {
-    for (const char* formula : smooth) {
-        Slopes<Complex> complex(formula);
-        for (const Complex x : {Complex(0.4, 0.3), Complex(-0.6, 0.5), Complex(0.5, -0.7)}) {
-            const Complex expected = complex.difference(x);
-            EXPECT_NEAR(std::abs(complex.slope(x) - expected), 0, 1e-10 * (1 + std::abs(expected)))
-                << formula << " at " << x;
-        }
+void expectDifferences(const char* formula) {
+    Slopes<Complex> complex(formula);
+    for (const Complex x : {Complex(0.4, 0.3), Complex(-0.6, 0.5), Complex(0.5, -0.7)}) {
+        const Complex expected = complex.difference(x);
+        EXPECT_NEAR(std::abs(complex.slope(x) - expected), 0, 1e-10 * (1 + std::abs(expected)))
+            << formula << " at " << x;
     }
+}
+
+TEST(Derivatives, of_complex_formulas_are_those_of_differences_in_any_direction) {
+    for (const char* formula : smooth) expectDifferences(formula);
+    for (const char* formula : inverse) expectDifferences(formula);
     for (const char* formula : {"abs(x)", "real(x)*2", "imag(x*x)", "arg(x)"}) {
         Slopes<Complex> alongReal(formula);
         const Complex x(0.4, 0.3);
@@ -89,9 +96,9 @@ TEST(Derivatives, of_complex_formulas_are_those_of_differences_in_any_direction)
 
 TEST(Derivatives, are_those_of_the_piece_where_a_formula_has_pieces) {
     for (const char* formula :
-         {"abs(x-1)", "sign(x)*x", "max(x,x*x,0.2)", "min(x,a,x*x)", "x<0.5", "if(x<0.5,x,x*x)",
-          "lininterp(x,0,1,0.5,x,1,a*x)", "lininterp(a,x,1,1+x,2)", "spline(x,0,1,0.4,2,1,0)",
-          "spline(0.3,0,x,0.4,x*x,1,a)", "spline(2*x,0,x,1,1)"}) {
+         {"asin(x)+2*acos(x)-atan(x)", "abs(x-1)", "sign(x)*x", "max(x,x*x,0.2)", "min(x,a,x*x)",
+          "x<0.5", "if(x<0.5,x,x*x)", "lininterp(x,0,1,0.5,x,1,a*x)", "lininterp(a,x,1,1+x,2)",
+          "spline(x,0,1,0.4,2,1,0)", "spline(0.3,0,x,0.4,x*x,1,a)", "spline(2*x,0,x,1,1)"}) {
         Slopes<double> real(formula);
         for (double x : {0.31, 0.73}) {
             EXPECT_NEAR(real.slope(x), real.difference(x), 1e-9) << formula << " at " << x;
@@ -101,7 +108,6 @@ TEST(Derivatives, are_those_of_the_piece_where_a_formula_has_pieces) {
     EXPECT_EQ(Slopes<double>("sqrt(x)").slope(0), HUGE_VAL);
     EXPECT_EQ(Slopes<double>("x**2").slope(0), 0);
     EXPECT_EQ(Slopes<double>("x**3 + sqrt(x-x)").slope(-2), 12);
-    EXPECT_EQ(Slopes<double>("(-2)**a*0+x").text, std::string("(-2)**a*0+x"));
 }
 
 TEST(Derivatives, on_the_branch_cuts_are_those_above) {
@@ -129,8 +135,9 @@ TEST(Derivatives, are_taken_with_respect_to_any_scalar_parameter) {
     error.reset();
     Slopes<double> knots("spline(1,x,0,1,1)");
     knots.expression.EvaluateDerivative(1, slope, error);
-    EXPECT_STREQ(error.chars(), "the x-arguments of \"spline\" must not depend on the variable of "
-                                "the derivative\n");
+    EXPECT_STREQ(error.chars(),
+                 "the x-arguments of \"spline\" must not depend on the variable of "
+                 "the derivative\n");
 }
 
 }  // namespace

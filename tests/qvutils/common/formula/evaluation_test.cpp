@@ -28,8 +28,12 @@ thread_local long allocations = 0;
     if (void* memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace {
 
@@ -229,9 +233,15 @@ TEST(ComplexFormulas, refuse_imaginary_parts_where_order_or_place_matters) {
     const auto refusal = [](const std::string& name) {
         return "cannot pass complex number to function \"" + name + "\"\n";
     };
-    const char* cases[][2] = {{"x<1", "<"},       {"1<x", "<"},         {"x+1>=x", ">="},
-                              {"if(2>x,1,2)", ">"}, {"sign(x)", "sign"}, {"max(1,x)", "max"},
-                              {"min(x,1)", "min"}, {"v[x]", "[]"},      {"sum(i=x:3,i)", "sum"},
+    const char* cases[][2] = {{"x<1", "<"},
+                              {"1<x", "<"},
+                              {"x+1>=x", ">="},
+                              {"if(2>x,1,2)", ">"},
+                              {"sign(x)", "sign"},
+                              {"max(1,x)", "max"},
+                              {"min(x,1)", "min"},
+                              {"v[x]", "[]"},
+                              {"sum(i=x:3,i)", "sum"},
                               {"prod(i=1:x,i)", "prod"}};
     for (const auto& c : cases) {
         EXPECT_EQ(calculator.message(c[0], Complex(1, 1)), refusal(c[1])) << c[0];
@@ -296,9 +306,15 @@ TEST(BuiltinFunctions, are_registered_with_what_is_known_of_them) {
     EXPECT_EQ(qvBuiltins<double>().size() + 3, qvBuiltins<Complex>().size());
 }
 
-double twice(const ParListR& a) { return 2 * a[0]; }
-double refuse(const ParListR& a) { qvThrowError("no value at %g\n", a[0]); }
-double count(const ParListR& a) { return a.count; }
+double twice(const ParListR& a) {
+    return 2 * a[0];
+}
+double refuse(const ParListR& a) {
+    qvThrowError("no value at %g\n", a[0]);
+}
+double count(const ParListR& a) {
+    return a.count;
+}
 
 TEST(RegisteredFunctions, are_called_each_time_and_may_fail) {
     QVFuncParserR registry;
@@ -350,9 +366,8 @@ TEST(Evaluation, of_a_copy_reads_the_copys_parameters) {
 TEST(Evaluation, takes_no_memory) {
     Calculator<double> real;
     Calculator<Complex> complex;
-    for (const char* formula :
-         {"x+1", "sum(i=1:3,i*x)", "if(x<1,v[2],3)", "max(x,1,2)*lininterp(x,0,0,1,1)",
-          "sin(x)*exp(-x)/sqrt(x)**x"}) {
+    for (const char* formula : {"x+1", "sum(i=1:3,i*x)", "if(x<1,v[2],3)",
+                                "max(x,1,2)*lininterp(x,0,0,1,1)", "sin(x)*exp(-x)/sqrt(x)**x"}) {
         real.compile(formula);
         complex.compile(formula);
         double slope;

@@ -23,17 +23,28 @@ public:
         if (depth == 0) return leaf();
         const Twins a = make(depth - 1), b = make(depth - 1);
         switch (below(12)) {
-            case 0: case 1: case 2: return join(a, "+", b);
-            case 3: case 4: return join(a, "*", b);
-            case 5: case 6: return join(a, "/", b);
-            case 7: return {"(" + a.ours + ")**0.5", "(" + a.theirs + ")^0.5"};
-            case 8: return wrap("sqrt", a);
-            case 9: return {"ln(1+" + a.ours + ")", "ln(1+" + a.theirs + ")"};
-            case 10: return {"exp(-1/(1+" + a.ours + "))", "exp(-1/(1+" + a.theirs + "))"};
+            case 0:
+            case 1:
+            case 2:
+                return join(a, "+", b);
+            case 3:
+            case 4:
+                return join(a, "*", b);
+            case 5:
+            case 6:
+                return join(a, "/", b);
+            case 7:
+                return {"(" + a.ours + ")**0.5", "(" + a.theirs + ")^0.5"};
+            case 8:
+                return wrap("sqrt", a);
+            case 9:
+                return {"ln(1+" + a.ours + ")", "ln(1+" + a.theirs + ")"};
+            case 10:
+                return {"exp(-1/(1+" + a.ours + "))", "exp(-1/(1+" + a.theirs + "))"};
             default:
-                return {"if(" + a.ours + "<" + b.ours + "," + a.ours + "," + b.ours + ")",
-                        "((" + a.theirs + "<" + b.theirs + ")?(" + a.theirs + "):(" + b.theirs +
-                            "))"};
+                return {
+                    "if(" + a.ours + "<" + b.ours + "," + a.ours + "," + b.ours + ")",
+                    "((" + a.theirs + "<" + b.theirs + ")?(" + a.theirs + "):(" + b.theirs + "))"};
         }
     }
 

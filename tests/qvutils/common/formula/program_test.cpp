@@ -300,7 +300,9 @@ TYPED_TEST(Programs, join_operations_without_changing_them) {
                                 "(a<x)*(b>x)",
                                 "2**x**2*3",
                                 "x**3/x**4-x**2",
-          "sum(i=1:3,x*x+i)*x**2", "if(x**2<1,x*x,x**3)-a**2*a*a", "b*(x*x)-x**2*(b-x**2)"}) {
+                                "sum(i=1:3,x*x+i)*x**2",
+                                "if(x**2<1,x*x,x**3)-a**2*a*a",
+                                "b*(x*x)-x**2*(b-x**2)"}) {
         EXPECT_EQ(this->check(formula), "value") << formula;
     }
 }
