@@ -28,6 +28,7 @@ void readDefinition(DefinitionLine& line, std::string_view content) {
     line.kind = DefinitionLine::assignment;
     line.left = withoutBlanks(statement.substr(0, equals));
     line.definition = withoutBlanks(statement.substr(equals + 1));
+    std::replace(line.definition.begin(), line.definition.end(), '\r', ' ');
 }
 
 }  // namespace

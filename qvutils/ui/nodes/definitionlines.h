@@ -15,10 +15,10 @@ struct DefinitionLine {
         noEquals,  ///< neither
     };
     Kind kind;
-    std::string_view whole;       ///< with its blanks, comment and line end
-    std::string_view left;        ///< what stands before the "="; this and the next two without
-    std::string_view definition;  ///< blanks around them
-    std::string_view comment;     ///< from the blanks before its "//" to its end
+    std::string_view whole;    ///< with its blanks, comment and line end
+    std::string_view left;     ///< before the "=", without blanks around it
+    std::string definition;    ///< after it, likewise; line breaks are blanks
+    std::string_view comment;  ///< from the blanks before its "//" to its end
     /// For messages: the line without the blanks before it, with its end.
     std::string told() const;
 };

@@ -126,7 +126,7 @@ std::unique_ptr<qvParametersNode::Entry> qvParametersNode::readEntry(const Defin
     } else {
         entry->name = name.c_str();
         entry->comment = line.comment;
-        const QVString definition(line.definition);
+        const QVString definition(line.definition.c_str());
         std::visit([&](auto& p) { p.SetValueOrExpression(GetNameSpace(), definition); },
                    entry->value);
         return entry;

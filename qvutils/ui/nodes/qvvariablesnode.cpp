@@ -42,7 +42,7 @@ qvNodeVariable* takeVariable(const DefinitionLine& line, qvNameSpace& space) {
         return nullptr;
     }
     const QVString name(line.left);
-    const QVString definition(line.definition);
+    const QVString definition(line.definition.c_str());
     qvNodeVariable* variable = qvNodeVariable::from(space.Find(name, false));
     if (!variable) return qvNodeVariable::make(space, name, definition);
     variable->ResetPreloaded();
@@ -118,7 +118,7 @@ bool qvVariablesNode::PreloadVariables(TextBlock& block) {
         if (line.kind != DefinitionLine::assignment || flawOf(line, *space, false)) return;
         if (line.definition.find('"') != line.definition.npos) return;
         auto* variable =
-            qvNodeVariable::make(*space, QVString(line.left), QVString(line.definition));
+            qvNodeVariable::make(*space, QVString(line.left), QVString(line.definition.c_str()));
         if (variable) variable->SetPreloaded();
     });
     return true;
