@@ -5,10 +5,13 @@
 #include <cmath>
 #include <complex>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "qvutils/common/formula/limits.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 #include "qvutils/common/platform/vectormath.h"
+#include "tests/qvutils/common/formula/formula_makers.h"
 
 namespace {
 
@@ -145,6 +148,36 @@ TEST_F(RealArrays, check_the_domain_of_each_function) {
         alone(static_cast<int>(row), single);
         EXPECT_STREQ(error.chars(), single.chars()) << formula;
     }
+}
+
+TYPED_TEST(Arrays, of_random_formulas_are_what_single_evaluations_give) {
+    qvSetMostLoopRounds(300);
+    this->expression.DeclareParam("width", "");
+    FormulaMaker maker(5);
+    int values = 0, errors = 0;
+    for (int i = 0; i < 20000 && !this->HasFailure(); ++i) {
+        const std::string formula = maker.formula(1 + i % 4);
+        if (!this->compile(formula.c_str())) continue;
+        const bool exact = formula.find("sin") == formula.npos &&
+                           formula.find("**") == formula.npos &&
+                           formula.find("pow") == formula.npos;
+        Error error, single;
+        std::size_t failedRow = rows;
+        const bool done = this->evaluate(error, &failedRow);
+        const std::size_t row = done ? static_cast<std::size_t>(maker.below(rows)) : failedRow;
+        const TypeParam value = this->alone(static_cast<int>(row), single);
+        values += done;
+        errors += !done;
+        if (exact || !done) {
+            EXPECT_STREQ(error.chars(), single.chars()) << formula;
+        }
+        if (exact && done) {
+            EXPECT_EQ(unitsApart(this->results[row], value), 0) << formula << " in row " << row;
+        }
+    }
+    qvSetMostLoopRounds(1e9);
+    EXPECT_GT(values, 2000);
+    EXPECT_GT(errors, 100);
 }
 
 TYPED_TEST(Arrays, may_be_worked_out_in_place_or_be_empty_but_not_of_different_lengths) {

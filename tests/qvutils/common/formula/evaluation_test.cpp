@@ -76,52 +76,24 @@ TEST(RealFormulas, have_known_values) {
         const char* formula;
         double value;
     } cases[] = {
-        {"2*(-3)", -6},
-        {"-3+2", -1},
-        {"2**3**2", 512},
-        {"-2**2", -4},
-        {"(-2)**3", -8},
-        {"(-2)**(-3)", -0.125},
-        {"0**(-1)", 0},
-        {"pow(-2,2)", 4},
-        {"4**0.5", 2},
-        {"sum(i=3:1, i)", 6},
-        {"prod(k=1:4, k)", 24},
-        {"sum(i=2.9:3.9, i)", 5},
-        {"sum(i=1:3, sum(j=i:3, i*j))", 25},
-        {"if(0,1,2)", 2},
-        {"if(0.1,1,2)", 1},
-        {"if(1, 5, 1/0)", 5},
-        {"if(0, ln(0), if(1,7,8))", 7},
-        {"exp(-101)", 0},
-        {"exp(1)", 2.718281828459045},
-        {"lininterp(5, 0,0, 1,1)", 5},
-        {"lininterp(-1, 0,0, 1,1, 2,5)", -1},
-        {"lininterp(1.5, 0,0, 1,1, 2,5)", 3},
-        {"lininterp(2, 0,0.1, 1,0.1, 2,0.3)", 0.3},
-        {"spline(0.25, 0,1, 1,3)", 1.5},
-        {"spline(1, 0,0, 1,1, 2,4)", 1},
-        {"spline(0.5, 0,0, 1,1, 2,0)", 0.6875},
-        {"max(1,3,2) + min(4,-2,7)", 1},
-        {"sign(-3)+sign(0)+10*sign(2)", 9},
-        {"abs(-2.5)", 2.5},
-        {"sqrt(2)", 1.4142135623730951},
-        {"ln(10)", 2.302585092994046},
-        {"log10(1000)", 3},
-        {"asin(1)-_PI/2", 0},
-        {"acos(0.5)*3-_PI", 0},
-        {"4*atan(1)-_PI", 0},
-        {"sin(1)", 0.8414709848078965},
-        {"cos(1)", 0.5403023058681398},
-        {"tan(1)", 1.5574077246549023},
-        {"sinh(1)", 1.1752011936438014},
-        {"cosh(1)", 1.5430806348152437},
-        {"tanh(1)", 0.7615941559557649},
-        {"v[1]+v[3.9]*x", 25},
-        {"1<2<2", 1},
-        {"2>=2", 1},
-        {"1!=1", 0},
-    };
+        // clang-format off
+        {"2*(-3)", -6}, {"-3+2", -1}, {"2**3**2", 512}, {"-2**2", -4}, {"(-2)**3", -8},
+        {"(-2)**(-3)", -0.125}, {"0**(-1)", 0}, {"pow(-2,2)", 4}, {"4**0.5", 2},
+        {"sum(i=3:1, i)", 6}, {"prod(k=1:4, k)", 24}, {"sum(i=2.9:3.9, i)", 5},
+        {"sum(i=1:3, sum(j=i:3, i*j))", 25}, {"if(0,1,2)", 2}, {"if(0.1,1,2)", 1},
+        {"if(1, 5, 1/0)", 5}, {"if(0, ln(0), if(1,7,8))", 7}, {"exp(-101)", 0},
+        {"exp(1)", 2.718281828459045}, {"lininterp(5, 0,0, 1,1)", 5},
+        {"lininterp(-1, 0,0, 1,1, 2,5)", -1}, {"lininterp(1.5, 0,0, 1,1, 2,5)", 3},
+        {"lininterp(2, 0,0.1, 1,0.1, 2,0.3)", 0.3}, {"spline(0.25, 0,1, 1,3)", 1.5},
+        {"spline(1, 0,0, 1,1, 2,4)", 1}, {"spline(0.5, 0,0, 1,1, 2,0)", 0.6875},
+        {"max(1,3,2) + min(4,-2,7)", 1}, {"sign(-3)+sign(0)+10*sign(2)", 9}, {"abs(-2.5)", 2.5},
+        {"sqrt(2)", 1.4142135623730951}, {"ln(10)", 2.302585092994046}, {"log10(1000)", 3},
+        {"asin(1)-_PI/2", 0}, {"acos(0.5)*3-_PI", 0}, {"4*atan(1)-_PI", 0},
+        {"sin(1)", 0.8414709848078965}, {"cos(1)", 0.5403023058681398},
+        {"tan(1)", 1.5574077246549023}, {"sinh(1)", 1.1752011936438014},
+        {"cosh(1)", 1.5430806348152437}, {"tanh(1)", 0.7615941559557649}, {"v[1]+v[3.9]*x", 25},
+        {"1<2<2", 1}, {"2>=2", 1}, {"1!=1", 0}};
+    // clang-format on
     Calculator<double> calculator;
     for (const auto& c : cases) {
         EXPECT_NEAR(calculator.value(c.formula), c.value, 1e-15 * (1 + std::fabs(c.value)))
@@ -151,40 +123,20 @@ TEST(ComplexFormulas, have_known_values) {
         const char* formula;
         Complex value;
     } cases[] = {
-        {"sqrt(-4)", 2.0 * i},
-        {"sqrt(0-4)", 2.0 * i},
-        {"sqrt(4/(-1))", 2.0 * i},
-        {"sqrt(-(2*2))", 2.0 * i},
-        {"ln(-1)", pi * i},
-        {"log10(-10)", 1.0 + i * pi / std::log(10.0)},
-        {"(-1)**0.5", i},
-        {"(-2)**2", 4},
-        {"x**2", z * z},
-        {"x**(-2)", 1.0 / (z * z)},
-        {"x**5", z * z * z * z * z},
-        {"x**x", std::exp(z * std::log(z))},
-        {"0**x", 0},
-        {"exp(ln(x))", z},
-        {"sin(x)**2+cos(x)**2", 1},
-        {"cosh(x)**2-sinh(x)**2", 1},
-        {"tan(x)-sin(x)/cos(x)", 0},
-        {"sin(asin(x))", z},
-        {"cos(acos(x))", z},
-        {"tan(atan(x))", z},
-        {"asin(2)", {pi / 2, 1.3169578969248167}},
-        {"acos(-2)", {pi, -1.3169578969248167}},
-        {"abs(x)", std::sqrt(5.0)},
-        {"arg(x)", std::atan(2.0)},
-        {"arg(-1)", pi},
-        {"real(x)-imag(x)", -1},
-        {"real(x)<imag(x)", 1},
-        {"if(x-1, 3, 4)", 3},
-        {"lininterp(0.5, 0,x, 1,3*x)", 2.0 * z},
-        {"spline(0.5, 0,0, 1,x, 2,0)", 0.6875 * z},
-        {"sum(k=1:2, k*x)", 3.0 * z},
-        {"max(real(x), 3)", 3},
-        {"x/2 - 2/x", z / 2.0 - 2.0 / z},
-    };
+        // clang-format off
+        {"sqrt(-4)", 2.0 * i}, {"sqrt(0-4)", 2.0 * i}, {"sqrt(4/(-1))", 2.0 * i},
+        {"sqrt(-(2*2))", 2.0 * i}, {"ln(-1)", pi * i},
+        {"log10(-10)", 1.0 + i * pi / std::log(10.0)}, {"(-1)**0.5", i}, {"(-2)**2", 4},
+        {"x**2", z * z}, {"x**(-2)", 1.0 / (z * z)}, {"x**5", z * z * z * z * z},
+        {"x**x", std::exp(z * std::log(z))}, {"0**x", 0}, {"exp(ln(x))", z},
+        {"sin(x)**2+cos(x)**2", 1}, {"cosh(x)**2-sinh(x)**2", 1}, {"tan(x)-sin(x)/cos(x)", 0},
+        {"sin(asin(x))", z}, {"cos(acos(x))", z}, {"tan(atan(x))", z},
+        {"asin(2)", {pi / 2, 1.3169578969248167}}, {"acos(-2)", {pi, -1.3169578969248167}},
+        {"abs(x)", std::sqrt(5.0)}, {"arg(x)", std::atan(2.0)}, {"arg(-1)", pi},
+        {"real(x)-imag(x)", -1}, {"real(x)<imag(x)", 1}, {"if(x-1, 3, 4)", 3},
+        {"lininterp(0.5, 0,x, 1,3*x)", 2.0 * z}, {"spline(0.5, 0,0, 1,x, 2,0)", 0.6875 * z},
+        {"sum(k=1:2, k*x)", 3.0 * z}, {"max(real(x), 3)", 3}, {"x/2 - 2/x", z / 2.0 - 2.0 / z}};
+    // clang-format on
     Calculator<Complex> calculator;
     for (const auto& c : cases) {
         expectNear(calculator.value(c.formula, z), c.value, c.formula);
@@ -197,6 +149,7 @@ TEST(RealFormulas, say_why_they_have_no_value) {
         const char* message;
         int column;
     } cases[] = {
+        // clang-format off
         {"1 + 2/(x-x)", "QVExpressionM::Evaluate: division by zero", 5},
         {"x/(x*0) - 1/x", "QVExpressionM::Evaluate: division by zero", 1},
         {"2*sqrt(x-1)", "negative argument in sqrt\n", 2},
@@ -219,8 +172,8 @@ TEST(RealFormulas, say_why_they_have_no_value) {
         {"1+sum(i=1:inf, i)", "bound inf is out of range in function \"sum\"\n", 2},
         {"prod(i=nan:3, i)", "bound nan is out of range in function \"prod\"\n", 0},
         {"sum(i=1:1e12, i)", "too many rounds in sums and products: more than 1000000000\n", 0},
-        {"sum(i=0:1, 1/i)", "QVExpressionM::Evaluate: division by zero", 12},
-    };
+        {"sum(i=0:1, 1/i)", "QVExpressionM::Evaluate: division by zero", 12}};
+    // clang-format on
     Calculator<double> calculator;
     for (const auto& c : cases) {
         EXPECT_EQ(calculator.message(c.formula), c.message) << c.formula;
