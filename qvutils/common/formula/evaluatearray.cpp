@@ -1,6 +1,7 @@
 // The evaluation of expressions over arrays of values.
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "qvutils/common/formula/blockrun.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
@@ -51,15 +52,17 @@ bool QVExpression<T>::EvaluateArray(std::span<const QVArraySource<T>> sources, s
         runner.emplace(*program_, blocks, sources);
     }
     std::optional<QVArguments<T>> arguments;
+    std::vector<T*> targets;  // where the sources' values go among the arguments
     for (std::size_t first = 0; first < results.size(); first += QVBlockRunner<T>::most) {
         const std::size_t n = std::min<std::size_t>(results.size() - first, QVBlockRunner<T>::most);
         if (runner && runner->rows(first, static_cast<int>(n), results.data() + first)) continue;
-        if (!arguments) arguments = makeArguments();
+        if (!arguments) {
+            arguments = makeArguments();
+            for (const auto& s : sources) targets.push_back(&arguments->value(s.parameter));
+        }
         QVRun<T> rows(parameters_, scalars_, &*arguments, names_, boundsCheck_, error, fault_);
         for (std::size_t row = first; row < first + n; ++row) {
-            for (const auto& source : sources) {
-                arguments->value(source.parameter) = source.values[row];
-            }
+            for (std::size_t i = 0; i < sources.size(); ++i) *targets[i] = sources[i].values[row];
             results[row] = qvformula::execute<T>(*program_, rows);
             if (!rows.failed) continue;
             if (failedRow) *failedRow = row;
