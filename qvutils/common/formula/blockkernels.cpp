@@ -211,7 +211,9 @@ constexpr BlockKernels kernelsOfWidth = {
     Compiled<AllWithinOne, width>::run,
     Compiled<CutBelow, width>::run};
 
-const BlockKernels& kernelsHere() {
+}  // namespace
+
+const BlockKernels& blockKernels() {
     switch (qvplatform::vectorWidth()) {
         case 8:
             return kernelsOfWidth<8>;
@@ -220,13 +222,6 @@ const BlockKernels& kernelsHere() {
         default:
             return kernelsOfWidth<2>;
     }
-}
-
-}  // namespace
-
-const BlockKernels& blockKernels() {
-    static const BlockKernels& here = kernelsHere();
-    return here;
 }
 
 bool blockExp(const double* in, double* out, int n) {

@@ -42,7 +42,7 @@ struct BlockKernels {
     BlockKernel allWithinOne;
     BlockKernel cutBelow;  // out = a, or -inf where that is below k
 };
-/// Those for this processor.
+/// Those for the vectors in use.
 const BlockKernels& blockKernels();
 
 /// Functions as formulas have them. False when a number is outside the domain. `out` may be `in`.

@@ -16,5 +16,8 @@ QVCORE_API void vectorPow(const double* base, const double* exponent, double* ou
 /// How wide the vector instructions are that code may use on this processor and system: 2, 4 or 8
 /// doubles.
 QVCORE_API int vectorWidth();
+/// Makes do with narrower ones than the processor has, from 2 on: results of vectorMath may differ
+/// between widths in the last place.
+QVCORE_API void limitVectorWidth(int most);
 
 }  // namespace qvplatform

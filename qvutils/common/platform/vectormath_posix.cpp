@@ -14,6 +14,8 @@
 #ifdef QV_VECTOR_LIBRARY
 #include <immintrin.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 
 // clang-format off
@@ -112,12 +114,24 @@ void vectorPow(const double* base, const double* exponent, double* out, int n) {
     }
 }
 
+namespace {
+
+int widthHere() {
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq")) return 8;
+    return __builtin_cpu_supports("avx2") ? 4 : 2;
+}
+
+std::atomic<int> widthInUse = 0;  // 0: not looked up yet
+
+}  // namespace
+
 int vectorWidth() {
-    static const int width = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq")
-                                 ? 8
-                             : __builtin_cpu_supports("avx2") ? 4
-                                                              : 2;
-    return width;
+    if (widthInUse == 0) widthInUse = widthHere();
+    return widthInUse;
+}
+
+void limitVectorWidth(int most) {
+    widthInUse = std::min(most >= 8 ? 8 : most >= 4 ? 4 : 2, widthHere());
 }
 
 }  // namespace qvplatform
@@ -137,6 +151,8 @@ void vectorPow(const double* base, const double* exponent, double* out, int n) {
 int vectorWidth() {
     return 2;
 }
+
+void limitVectorWidth(int) {}
 
 }  // namespace qvplatform
 

@@ -15,4 +15,6 @@ int vectorWidth() {
     return 2;
 }
 
+void limitVectorWidth(int) {}
+
 }  // namespace qvplatform
