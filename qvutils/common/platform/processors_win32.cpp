@@ -64,6 +64,8 @@ int usableProcessorCount() {
     return count;
 }
 
-int controlGroupLimit(const std::string&, const std::string&) { return 0; }
+int controlGroupLimit(const std::string&, const std::string&) {
+    return 0;
+}
 
 }  // namespace qvplatform

@@ -53,7 +53,9 @@ void pauseProcessor() {
 #endif
 }
 
-void yieldThread() { sched_yield(); }
+void yieldThread() {
+    sched_yield();
+}
 
 void sleepMicroseconds(int microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
@@ -88,7 +90,9 @@ bool startThread(void (*function)(void*), void* argument, Thread& thread) {
     return true;
 }
 
-void joinThread(Thread thread) { pthread_join(static_cast<pthread_t>(thread), nullptr); }
+void joinThread(Thread thread) {
+    pthread_join(static_cast<pthread_t>(thread), nullptr);
+}
 
 bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
                      std::int64_t nanoseconds) {

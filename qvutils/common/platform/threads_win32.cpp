@@ -32,9 +32,13 @@ void atThreadExit(void (*function)(void*), void* argument) {
     FlsSetValue(slot, new Call{function, argument, before});
 }
 
-void pauseProcessor() { YieldProcessor(); }
+void pauseProcessor() {
+    YieldProcessor();
+}
 
-void yieldThread() { SwitchToThread(); }
+void yieldThread() {
+    SwitchToThread();
+}
 
 void sleepMicroseconds(int microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));

@@ -8,7 +8,9 @@ qvTask::LoopManager::~LoopManager() = default;
 
 void qvTask::LoopManager::AddRunTime(long) {}
 
-bool qvTask::LoopManager::EnableRunTimes() { return false; }
+bool qvTask::LoopManager::EnableRunTimes() {
+    return false;
+}
 
 std::int64_t qvTask::LoopDiv::Stride(std::int64_t n, int granularity, int, std::int64_t) {
     granularity = std::max(granularity, 1);

@@ -13,31 +13,31 @@ qvLoopRange qvLoopRange::divide(int first, int last, int granularity,
     constexpr std::int64_t partsPerWorker = 1000;
     const std::int64_t count = std::max<std::int64_t>(std::int64_t{last} - first + 1, 0);
     granularity = std::max(granularity, 1);
-    if (count == 0) return {first, 0, granularity, 1};
+    if (count == 0) return {first, granularity, 0, 1};
     const int workers = std::max(qvWorkers::instance().count(), 1);
-    std::int64_t stride =
-        std::clamp<std::int64_t>(manager.Stride(count, granularity, workers, partsPerWorker * workers),
-                                 1, count);
+    std::int64_t stride = std::clamp<std::int64_t>(
+        manager.Stride(count, granularity, workers, partsPerWorker * workers), 1, count);
     if (stride % granularity != 0) stride += granularity - stride % granularity;
-    return {first, count, granularity, stride};
+    return {first, granularity, count, stride};
 }
 
 qvLoopRun::qvLoopRun(qvTask& task, const qvLoopRange& range, const qvTaskRun& spawner, bool timed)
     : task_(task),
       range_(range),
       spawner_(spawner),
-      timed_(timed),
-      slot_(qvThreadWork::mine().takeSlot()) {
+      slot_(qvThreadWork::mine().takeSlot()),
+      timed_(timed) {
     slot_.fill(range.count);
     qvTaskRun::begin(task, range.count);
 }
 
-qvLoopRun::~qvLoopRun() { qvThreadWork::mine().giveSlot(slot_); }
+qvLoopRun::~qvLoopRun() {
+    qvThreadWork::mine().giveSlot(slot_);
+}
 
-void qvLoopRun::runAlone(std::int64_t limit, bool anyParts) {
+void qvLoopRun::runAlone(std::int64_t start, std::int64_t limit, bool anyParts) {
     qvTaskRun run(task_, spawner_);
     const std::int64_t small = range_.count / 16 / range_.granularity * range_.granularity;
-    const std::int64_t start = qvSteadyNanoseconds();
     if (!runNext(run, anyParts && small > 0 ? small : range_.stride)) return;
     if (qvSteadyNanoseconds() - start <= limit) {
         while (runNext(run, anyParts ? range_.count : range_.stride)) {

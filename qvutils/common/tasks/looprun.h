@@ -8,8 +8,8 @@
 /// How a loop is divided.
 struct qvLoopRange {
     int first;
-    std::int64_t count;
     int granularity;
+    std::int64_t count;
     std::int64_t stride;
 
     /// By the policy. `count` is 0 when there is nothing to run.
@@ -17,8 +17,9 @@ struct qvLoopRange {
     std::int64_t parts() const { return (count + stride - 1) / stride; }
 };
 
-/// A loop in progress. Not for use outside this room.
-class qvLoopRun final : public qvWork {
+/// A loop in progress. What others read of it fits into one cache line. Not for use outside this
+/// room.
+class alignas(64) qvLoopRun final : public qvWork {
 public:
     qvLoopRun(qvTask& task, const qvLoopRange& range, const qvTaskRun& spawner, bool timed);
     ~qvLoopRun();
@@ -27,10 +28,10 @@ public:
     qvWorkSlot& slot() { return slot_; }
 
     void offer() { slot_.offer(*this); }
-    /// By the spawner, before any offer: runs all parts, unless the first one takes more than so
-    /// many nanoseconds; the others can be offered then. When `anyParts` will do, that is a small
-    /// one and the second is the rest.
-    void runAlone(std::int64_t limit, bool anyParts);
+    /// By the spawner, before any offer: runs all parts, unless the first one takes longer than to
+    /// so many nanoseconds after `start`; the others can be offered then. When `anyParts` will do,
+    /// that is a small one and the second is the rest.
+    void runAlone(std::int64_t start, std::int64_t limit, bool anyParts);
     void help(qvHelper who) override;
     /// By the spawner, when all parts have been taken: waits for those that other threads run. True
     /// when all is well; see qvTaskOutcome::report. Throws qvTaskErr when a part is left over.
@@ -45,8 +46,8 @@ private:
     qvTask& task_;
     const qvLoopRange range_;
     const qvTaskRun& spawner_;
-    const bool timed_;
     qvWorkSlot& slot_;
+    const bool timed_;
     qvTaskOutcome outcome_;
     std::atomic<std::int64_t> nanoseconds_ = 0;
 };

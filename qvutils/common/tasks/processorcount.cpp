@@ -3,7 +3,9 @@
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/processors.h"
 
-int qvGetNumProcessors() { return qvplatform::processorCount(); }
+int qvGetNumProcessors() {
+    return qvplatform::processorCount();
+}
 
 int qvGetNumLogicalProcessors() {
     const int count = qvplatform::usableProcessorCount();

@@ -12,9 +12,13 @@ qvTask::qvTask(const char* name) : name_(name ? name : "") {}
 
 qvTask::~qvTask() = default;
 
-void qvTask::Run() { lprintf("Called dummy Run()\n"); }
+void qvTask::Run() {
+    lprintf("Called dummy Run()\n");
+}
 
-void qvTask::Run(int, int, int) { lprintf("Called dummy Run(int,int,int...)\n"); }
+void qvTask::Run(int, int, int) {
+    lprintf("Called dummy Run(int,int,int...)\n");
+}
 
 bool qvTask::StartWorkerThreads(int count) {
     if (count < 1) count = qvGetNumLogicalProcessors();
@@ -27,9 +31,13 @@ void qvTask::StopWorkerThreads(double seconds) {
     }
 }
 
-int qvTask::getNumWorkerThreads() { return qvWorkers::instance().count(); }
+int qvTask::getNumWorkerThreads() {
+    return qvWorkers::instance().count();
+}
 
-bool qvTask::Spawn(qvTask* task, Error& error) { return qvTaskRun::current().spawn(task, error); }
+bool qvTask::Spawn(qvTask* task, Error& error) {
+    return qvTaskRun::current().spawn(task, error);
+}
 
 namespace {
 
@@ -64,20 +72,32 @@ bool qvTask::SpawnLoopSync(qvTask* task, int first, int last, int granularity, E
     });
 }
 
-bool qvTask::Sync() { return Sync(qverr()); }
+bool qvTask::Sync() {
+    return Sync(qverr());
+}
 
-bool qvTask::Sync(Error& error) { return qvTaskRun::current().sync(error); }
+bool qvTask::Sync(Error& error) {
+    return qvTaskRun::current().sync(error);
+}
 
-bool qvTask::IsTop() { return !qvWorkers::isWorker(); }
+bool qvTask::IsTop() {
+    return !qvWorkers::isWorker();
+}
 
-bool qvTask::CancelRequested() { return qvTaskRun::current().isCancelled(); }
+bool qvTask::CancelRequested() {
+    return qvTaskRun::current().isCancelled();
+}
 
 qvTaskTimers& qvTaskTimers::instance() {
     static qvTaskTimers timers;
     return timers;
 }
 
-void qvTask::EnableTimers(bool enable) { qvTaskTimers::instance().enabled = enable; }
+void qvTask::EnableTimers(bool enable) {
+    qvTaskTimers& timers = qvTaskTimers::instance();
+    if (timers.start < 0) ResetTimers();
+    timers.enabled = enable;
+}
 
 void qvTask::ResetTimers() {
     qvTaskTimers& timers = qvTaskTimers::instance();

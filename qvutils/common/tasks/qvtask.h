@@ -36,8 +36,8 @@ public:
     /// The work of a spawned task.
     virtual void Run();
     /// A part of a loop, both ends included. The step is the loop's granularity: parts begin that
-    /// many indices apart, so that `for (int i = first; i <= last; i += step)` of all parts together
-    /// visits what the undivided loop does. Runs on several threads at the same time.
+    /// many indices apart, so that `for (int i = first; i <= last; i += step)` of all parts
+    /// together visits what the undivided loop does. Runs on several threads at the same time.
     virtual void Run(int first, int last, int step);
 
     /// Starts `count` workers; below 1, as many as qvGetNumLogicalProcessors() tells. False when

@@ -213,7 +213,7 @@ bool qvTaskRun::spawnLoopSync(qvTask& task, int first, int last, int granularity
     {
         // Time in nested tasks is a part of that of the outer ones.
         const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
-        if (isShort) loop.runAlone(manager ? brief : brief / 4, !manager);
+        if (isShort) loop.runAlone(start, manager ? brief : brief / 4, !manager);
         if (!loop.slot().exhausted()) shareLoop(loop, range.parts() - 1);
     }
     const bool fine = loop.close(error);

@@ -18,8 +18,8 @@ public:
     void cancel(const qvTask& task) { cancelled_.store(&task, std::memory_order_relaxed); }
 
     /// When all have ended: hands on the error, else says that a task was cancelled if `mention` or
-    /// if it was the task itself that was asked to stop. What is pending in `error` stays. True when
-    /// there is nothing to tell.
+    /// if it was the task itself that was asked to stop. What is pending in `error` stays. True
+    /// when there is nothing to tell.
     bool report(Error& error, bool mention);
     void reset();
 

@@ -15,7 +15,7 @@ inline std::int64_t qvSteadyNanoseconds() {
 /// Where the time of the task service goes, in nanoseconds. Not for use outside this room.
 struct qvTaskTimers {
     std::atomic<bool> enabled = false;
-    std::atomic<std::int64_t> start = 0;
+    std::atomic<std::int64_t> start = -1;  ///< not yet set
     std::atomic<std::int64_t> running = 0;
     std::atomic<std::int64_t> waiting = 0;
     std::atomic<std::int64_t> idle = 0;
@@ -26,7 +26,7 @@ struct qvTaskTimers {
 /// Adds the time from its construction to its destruction, if wanted and if timers are enabled.
 class qvTimeSpan {
 public:
-    explicit qvTimeSpan(std::atomic<std::int64_t> qvTaskTimers::* sum, bool wanted = true)
+    explicit qvTimeSpan(std::atomic<std::int64_t> qvTaskTimers::*sum, bool wanted = true)
         : sum_(sum) {
         if (wanted && qvTaskTimers::instance().enabled.load(std::memory_order_relaxed)) {
             start_ = qvplatform::monotonicNanoseconds();
@@ -40,6 +40,6 @@ public:
     qvTimeSpan& operator=(const qvTimeSpan&) = delete;
 
 private:
-    std::atomic<std::int64_t> qvTaskTimers::* sum_;
+    std::atomic<std::int64_t> qvTaskTimers::*sum_;
     std::int64_t start_ = -1;
 };

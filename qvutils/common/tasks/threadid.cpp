@@ -43,9 +43,13 @@ Numbers& numbers() {
 
 }  // namespace
 
-int qvThreadNumbers::take() { return numbers().take(); }
+int qvThreadNumbers::take() {
+    return numbers().take();
+}
 
-void qvThreadNumbers::giveBack(int number) { numbers().giveBack(number); }
+void qvThreadNumbers::giveBack(int number) {
+    numbers().giveBack(number);
+}
 
 namespace {
 
@@ -65,4 +69,6 @@ int firstAsked() {
 
 }  // namespace
 
-int qvTaskThreadId() { return threadNumber >= 0 ? threadNumber : firstAsked(); }
+int qvTaskThreadId() {
+    return threadNumber >= 0 ? threadNumber : firstAsked();
+}

@@ -2,8 +2,8 @@
 #include <memory>
 #include <vector>
 
-#include "qvutils/common/tasks/taskrun.h"
 #include "qvutils/common/tasks/tasklist.h"
+#include "qvutils/common/tasks/taskrun.h"
 #include "qvutils/common/tasks/workslot.h"
 
 /// What a thread keeps for spawning: the run outside all tasks, and slots and lists that are not in

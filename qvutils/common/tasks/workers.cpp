@@ -12,8 +12,12 @@ namespace {
 
 thread_local bool amWorker = false;
 
-constexpr std::uint32_t low(std::uint64_t crew) { return static_cast<std::uint32_t>(crew); }
-constexpr std::uint32_t high(std::uint64_t crew) { return static_cast<std::uint32_t>(crew >> 32); }
+constexpr std::uint32_t low(std::uint64_t crew) {
+    return static_cast<std::uint32_t>(crew);
+}
+constexpr std::uint32_t high(std::uint64_t crew) {
+    return static_cast<std::uint32_t>(crew >> 32);
+}
 
 bool anyWork() {
     for (const qvWorkSlot* slot = qvWorkSlot::first(); slot; slot = slot->next()) {
@@ -30,7 +34,9 @@ qvWorkers& qvWorkers::instance() {
     return workers;
 }
 
-bool qvWorkers::isWorker() { return amWorker; }
+bool qvWorkers::isWorker() {
+    return amWorker;
+}
 
 bool qvWorkers::takeSeat() {
     int free = seats_.load(std::memory_order_relaxed);
@@ -216,8 +222,10 @@ int qvWorkers::collect() {
 
 /// Ends the workers; returns how many did not within the time.
 int qvWorkers::stop(double seconds) {
-    const std::unique_lock hold(startStop_, std::try_to_lock);
-    if (!hold || workers_.empty()) return 0;
+    std::unique_lock hold(startStop_, std::defer_lock);
+    // A worker does not wait for a thread that may be waiting for it.
+    if (!amWorker) hold.lock();
+    if ((!hold && !hold.try_lock()) || workers_.empty()) return 0;
     seats_ -= count_.exchange(0);
     stopping_ = true;
     // Wakes all that sleep, whether there are seats or not.

@@ -27,7 +27,8 @@ public:
     ///
     /// None is missed: the offer comes before the look at `crew_` here. A worker that falls asleep
     /// first counts itself out of the searching, then looks for work once more. All four are
-    /// sequentially consistent, so either it is found searching or asleep here, or it finds the work.
+    /// sequentially consistent, so either it is found searching or asleep here, or it finds the
+    /// work.
     void wake(int wanted) {
         if (crew_.load() >= oneSleeper) wakeSome(wanted);
     }
@@ -62,10 +63,11 @@ private:
     std::atomic<std::uint32_t> ready_ = 0;
     std::atomic<std::uint32_t> alive_ = 0;
 
+    // What a worker changes when it finds work lies in one line.
     alignas(64) std::atomic<int> seats_ = 0;
     /// Workers that search (low half) and that sleep (high half). Who wakes one moves it from here
     /// to there and then gives a permit to wake up, so each is woken once.
-    alignas(64) std::atomic<std::uint64_t> crew_ = 0;
+    std::atomic<std::uint64_t> crew_ = 0;
     alignas(64) std::atomic<std::uint32_t> permits_ = 0;
 };
 

@@ -33,8 +33,7 @@ void qvWorkSlot::release(qvWorkSlot& slot) {
     slot.nextFree_ = std::exchange(freeSlots, &slot);
 }
 
-std::int64_t qvWorkSlot::takeGrowing(std::int64_t sharers, std::int64_t most,
-                                     std::int64_t& begin) {
+std::int64_t qvWorkSlot::takeGrowing(std::int64_t sharers, std::int64_t most, std::int64_t& begin) {
     begin = next_.load(std::memory_order_relaxed);
     for (;;) {
         // Acquires what the owner wrote down before it offered the items.
@@ -67,4 +66,6 @@ bool qvWorkSlot::withdraw() {
     return fine;
 }
 
-void qvWorkSlot::wakeOwner() { qvplatform::wakeSleepers(visitors_, 1); }
+void qvWorkSlot::wakeOwner() {
+    qvplatform::wakeSleepers(visitors_, 1);
+}

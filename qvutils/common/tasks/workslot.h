@@ -4,9 +4,9 @@
 
 /// Where a thread offers work to others. Not for use outside this room.
 ///
-/// Slots are never destroyed, so that any thread may look into any slot at any time. What is offered
-/// in one does go away, on the stack of its owner as a rule; so whoever wants to touch it enters the
-/// slot first, and the owner withdraws the work before it goes.
+/// Slots are never destroyed, so that any thread may look into any slot at any time. What is
+/// offered in one does go away, on the stack of its owner as a rule; so whoever wants to touch it
+/// enters the slot first, and the owner withdraws the work before it goes.
 class qvWork;
 
 class alignas(64) qvWorkSlot {
@@ -80,11 +80,11 @@ private:
     static constexpr std::uint32_t oneVisitor = 2;
     static std::atomic<qvWorkSlot*> head_;
 
-    // Three lines: what idle threads look at, what those at work change, who is there.
+    // Two lines: what idle threads look at, and what those change that come and take.
     std::atomic<qvWork*> work_ = nullptr;
     std::atomic<std::int64_t> end_ = 0;
     qvWorkSlot* chain_ = nullptr;
     qvWorkSlot* nextFree_ = nullptr;
     alignas(64) std::atomic<std::int64_t> next_ = 0;
-    alignas(64) std::atomic<std::uint32_t> visitors_ = 0;
+    std::atomic<std::uint32_t> visitors_ = 0;
 };

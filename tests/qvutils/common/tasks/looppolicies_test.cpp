@@ -38,12 +38,12 @@ TEST(LoopPolicies, adaptive_stride_looks_at_the_time_of_forty_loops) {
         double microseconds;  // of all parts of forty loops
         std::int64_t stride;
     } rows[] = {
-        {999, 1, 2, noLimit, 999 * 40.0, 5},       // 200 / 40; a share of 499 may have odd parts
-        {1000, 1, 2, noLimit, 1000 * 40.0, 6},     // a share of 500 may not
-        {999, 1, 2, noLimit, 999 * 1e3, 1},        // no part shorter than an index
-        {1000, 10, 2, noLimit, 1000 * 40.0, 2},    // 400 for a granule: 1, made even
-        {1000, 1, 2, noLimit, 1, 1000},            // no part longer than the loop
-        {999, 1, 2, 100, 999 * 1e3, 10},           // not more parts than the limit
+        {999, 1, 2, noLimit, 999 * 40.0, 5},     // 200 / 40; a share of 499 may have odd parts
+        {1000, 1, 2, noLimit, 1000 * 40.0, 6},   // a share of 500 may not
+        {999, 1, 2, noLimit, 999 * 1e3, 1},      // no part shorter than an index
+        {1000, 10, 2, noLimit, 1000 * 40.0, 2},  // 400 for a granule: 1, made even
+        {1000, 1, 2, noLimit, 1, 1000},          // no part longer than the loop
+        {999, 1, 2, 100, 999 * 1e3, 10},         // not more parts than the limit
         {1000, 1, 2, 300, 1000 * 1e3, 4},
     };
     for (const auto& row : rows) {
@@ -57,8 +57,8 @@ TEST(LoopPolicies, adaptive_stride_looks_at_the_time_of_forty_loops) {
             adaptive.AddRunTime(0);
             ASSERT_EQ(next(), before);
         }
-        adaptive.AddRunTime(static_cast<long>(row.microseconds *
-                                              qvTask::LoopManager::ticksPerSecond * 1e-6));
+        adaptive.AddRunTime(
+            static_cast<long>(row.microseconds * qvTask::LoopManager::ticksPerSecond * 1e-6));
         EXPECT_EQ(next(), row.stride) << row.n << " indices in " << row.microseconds;
         for (int call = 0; call < 45; ++call) EXPECT_EQ(next(), row.stride) << "no time to look at";
     }
