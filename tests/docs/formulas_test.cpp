@@ -29,8 +29,6 @@ std::string outcomeOf(const std::string& formula) {
     if (!error) return "//= " + std::string(qvShortestText(value).view());
     std::string message = error.chars();
     if (message.ends_with('\n')) message.pop_back();
-    const std::string place = "QVExpressionM::Evaluate: ";
-    if (message.starts_with(place)) message.erase(0, place.size());
     return "//! " + message;
 }
 

@@ -31,7 +31,7 @@ expect(STATUS 0 OUT "x +1\n5 +1\n" ARGS eval 1 --sweep x=5:5:-1)
 expect(STATUS 0 OUT "{\"columns\": \\[\"x\", \"re\\(j\\*x\\)\", \"im\\(j\\*x\\)\"],\n \"rows\": \\[\n  \\[1, 0, 1],\n  \\[2, 0, 2]]}\n"
        ARGS eval --complex --set "j=sqrt(-1)" j*x --sweep x=1:2:1 --json)
 expect(STATUS 1 OUT ".*\\[0, null],\n  \\[1, 1]]}\n"
-       ERR "qv: [^\n]*division by zero, at x = 0\n1/x\n \\^\n" ARGS eval 1/x --sweep x=-1:1:1 --json)
+       ERR "qv: division by zero, at x = 0\n1/x\n \\^\n" ARGS eval 1/x --sweep x=-1:1:1 --json)
 expect(STATUS 1 OUT "x,sqrt\\(-x\\)\n0,-?0\n1,nan\n2,nan\n3,nan\n"
        ERR "qv: negative argument in sqrt, at x = 1 and 2 more\n.*"
        ARGS eval "sqrt(-x)" --sweep x=0:3:1 --csv)

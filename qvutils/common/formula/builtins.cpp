@@ -109,9 +109,13 @@ struct ValueAndSlope {
     double slope = 0;
 };
 
+constexpr const char* splineNeedsRisingPoints =
+    "spline: the x-arguments must be monotonically increasing";
+
 ValueAndSlope splineAt(double x, const double* xy, int points) {
     ValueAndSlope result;
-    qvNaturalSplineValue(points, xy, x, result.value, result.slope);
+    if (!qvNaturalSplineValue(points, xy, x, result.value, result.slope))
+        qvThrowError(splineNeedsRisingPoints);  // infinite ones rise, but not by a number
     return result;
 }
 
@@ -124,7 +128,7 @@ ValueAndSlope splineThrough(double x, int points, const X& xs, const Column& col
 
 template <class T>
 void checkSpline(const ParList<T>& a) {
-    checkPoints(a, "spline", "spline: the x-arguments must be monotonically increasing");
+    checkPoints(a, "spline", splineNeedsRisingPoints);
 }
 
 double spline(const ParList<double>& a) {

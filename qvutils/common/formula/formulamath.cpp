@@ -3,7 +3,7 @@
 namespace qvformula {
 
 void refuseDivision() {
-    qvThrowError("QVExpressionM::Evaluate: division by zero");
+    qvThrowError("division by zero");
 }
 
 void refuseComplex(const char* function) {

@@ -150,8 +150,8 @@ TEST(RealFormulas, say_why_they_have_no_value) {
         int column;
     } cases[] = {
         // clang-format off
-        {"1 + 2/(x-x)", "QVExpressionM::Evaluate: division by zero", 5},
-        {"x/(x*0) - 1/x", "QVExpressionM::Evaluate: division by zero", 1},
+        {"1 + 2/(x-x)", "division by zero", 5},
+        {"x/(x*0) - 1/x", "division by zero", 1},
         {"2*sqrt(x-1)", "negative argument in sqrt\n", 2},
         {"(-8)**(1/3)", "negative argument in non-integer power\n", 4},
         {"ln(0)", "DOMAIN error in function \"ln\"\n", 0},
@@ -163,6 +163,7 @@ TEST(RealFormulas, say_why_they_have_no_value) {
         {"lininterp(1,2,3,4,5,6)", "wrong number of arguments in function \"lininterp\"\n", 0},
         {"lininterp(1,2,3,2,5)", "the x-arguments must be monotonically increasing", 0},
         {"spline(1,2,3,2,5)", "spline: the x-arguments must be monotonically increasing", 0},
+        {"spline(1,2,3,inf,5)", "spline: the x-arguments must be monotonically increasing", 0},
         {"spline(1,2)", "too few arguments in function \"spline\"\n", 0},
         {"spline(1,2,3,4,5,6)", "wrong number of arguments in function \"spline\"\n", 0},
         {"x + v[4]", "index 4 out of range (1 3) in variable \"v\"\n", 4},
@@ -172,7 +173,7 @@ TEST(RealFormulas, say_why_they_have_no_value) {
         {"1+sum(i=1:inf, i)", "bound inf is out of range in function \"sum\"\n", 2},
         {"prod(i=nan:3, i)", "bound nan is out of range in function \"prod\"\n", 0},
         {"sum(i=1:1e12, i)", "too many rounds in sums and products: more than 1000000000\n", 0},
-        {"sum(i=0:1, 1/i)", "QVExpressionM::Evaluate: division by zero", 12}};
+        {"sum(i=0:1, 1/i)", "division by zero", 12}};
     // clang-format on
     Calculator<double> calculator;
     for (const auto& c : cases) {

@@ -129,7 +129,7 @@ private:
             case QVOp::multiply:
                 return push(a * b, constant);
             case QVOp::divide:
-                if (b == T(0)) qvThrowError("QVExpressionM::Evaluate: division by zero");
+                if (b == T(0)) qvThrowError("division by zero");
                 return push(a / b, constant);
             case QVOp::equal:
                 return push(a == b ? 1 : 0);
