@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "apps/qv/optionwords.h"
+
 namespace {
 
 std::string trimmed(const std::string& text) {
@@ -19,22 +21,6 @@ bool isName(const std::string& text) {
            std::all_of(text.begin(), text.end(), isPart);
 }
 
-// Splits at the colons that stand in no brackets.
-std::vector<std::string> splitAtColons(const std::string& text) {
-    std::vector<std::string> parts(1);
-    int depth = 0;
-    for (char c : text) {
-        if (c == '(' || c == '[') ++depth;
-        if (c == ')' || c == ']') --depth;
-        if (c == ':' && depth == 0) {
-            parts.emplace_back();
-        } else {
-            parts.back() += c;
-        }
-    }
-    return parts;
-}
-
 bool readDefinition(EvalOptions& options, const std::string& text) {
     EvalOptions::Named definition;
     if (!splitDefinition(text, definition)) return false;
@@ -45,28 +31,17 @@ bool readDefinition(EvalOptions& options, const std::string& text) {
 bool readSweep(EvalOptions& options, const std::string& text) {
     EvalOptions::Named named;
     if (options.hasSweep || !splitDefinition(text, named)) return false;
-    const std::vector<std::string> parts = splitAtColons(named.formula);
-    if (parts.size() != 3) return false;
-    options.sweep = {named.name, parts[0], parts[1], parts[2]};
-    return options.hasSweep = true;
+    options.sweepName = named.name;
+    return options.hasSweep = splitSweep(named.formula, options.sweep);
 }
 
-bool chooseFormat(EvalOptions& options, EvalOptions::Format format) {
+bool chooseFormat(EvalOptions& options, TableFormat format) {
     if (options.hasFormat && options.format != format) return false;
     options.format = format;
     return options.hasFormat = true;
 }
 
-struct Word {
-    const char* name;
-    /// What follows the name; empty for a word that stands alone.
-    const char* argument;
-    const char* help;
-    /// Returns false when the argument does not suit.
-    bool (*apply)(EvalOptions&, const std::string& argument);
-};
-
-const Word words[] = {
+const OptionWord<EvalOptions> words[] = {
     {"--set", "NAME=FORMULA", "a name for the formulas to use; may use others, in any order",
      readDefinition},
     {"--complex", "", "complex arithmetic",
@@ -75,11 +50,11 @@ const Word words[] = {
      readSweep},
     {"--csv", "", "write comma-separated values",
      [](EvalOptions& options, const std::string&) {
-         return chooseFormat(options, EvalOptions::Format::csv);
+         return chooseFormat(options, TableFormat::csv);
      }},
     {"--json", "", "write JSON",
      [](EvalOptions& options, const std::string&) {
-         return chooseFormat(options, EvalOptions::Format::json);
+         return chooseFormat(options, TableFormat::json);
      }},
     {"--plot", "FILE.svg", "draw the sweep; no table then, unless one is asked for",
      [](EvalOptions& options, const std::string& argument) {
@@ -117,47 +92,17 @@ bool splitDefinition(const std::string& text, EvalOptions::Named& definition) {
 
 bool parseEvalOptions(const std::vector<std::string>& arguments, EvalOptions& options,
                       std::string& error) {
-    bool onlyFormulas = false;
-    for (std::size_t next = 0; next < arguments.size();) {
-        const std::string& argument = arguments[next++];
-        const auto word = std::find_if(std::begin(words), std::end(words),
-                                       [&](const Word& w) { return argument == w.name; });
-        // A formula may begin with one minus sign.
-        if (onlyFormulas || (word == std::end(words) && argument.compare(0, 2, "--") != 0)) {
-            options.formulas.push_back(argument);
-        } else if (argument == "--") {
-            onlyFormulas = true;
-        } else if (word == std::end(words)) {
-            error = "unknown argument " + argument;
-            return false;
-        } else {
-            const bool takesArgument = word->argument[0] != '\0';
-            if (takesArgument && next == arguments.size()) {
-                error = argument + " needs " + word->argument;
-                return false;
-            }
-            const std::string value = takesArgument ? arguments[next++] : "";
-            if (!word->apply(options, value)) {
-                error = "wrong use of " + argument;
-                if (takesArgument) error += ": \"" + value + "\" is not " + word->argument;
-                return false;
-            }
-        }
-    }
+    if (!readOptionWords(words, arguments, options, options.formulas, error))
+        return false;
     return options.help || check(options, error);
 }
 
 std::string evalUsage() {
-    std::string text =
+    const std::string text =
         "usage: qv eval [OPTION...] FORMULA...   print the value of each formula\n"
         "       qv eval [OPTION...] [-]          evaluate the lines of standard input;\n"
         "                                        \"name = formula\" defines a name\n\n";
-    for (const Word& word : words) {
-        std::string left = std::string("  ") + word.name + " " + word.argument;
-        left.resize(26, ' ');
-        text += left + word.help + "\n";
-    }
-    return text +
+    return text + optionHelp(words) +
            "\nThe limits and the step of a sweep may be formulas. Complex values take two "
            "columns.\n"
            "For example:\n"

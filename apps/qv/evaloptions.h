@@ -2,19 +2,14 @@
 #include <string>
 #include <vector>
 
+#include "apps/qv/numbertable.h"
+#include "apps/qv/sweepvalues.h"
+
 /// What the arguments of `qv eval` ask for.
 struct EvalOptions {
-    enum class Format { table, csv, json };
-
     struct Named {
         std::string name;
         std::string formula;
-    };
-    struct Sweep {
-        std::string name;
-        std::string lo;
-        std::string hi;
-        std::string step;
     };
 
     std::vector<std::string> formulas;
@@ -22,9 +17,10 @@ struct EvalOptions {
     bool complex = false;
     bool help = false;
     bool hasSweep = false;
-    Sweep sweep;
+    std::string sweepName;
+    SweepText sweep;
     bool hasFormat = false;
-    Format format = Format::table;
+    TableFormat format = TableFormat::aligned;
     /// Where the chart goes; empty for none.
     std::string plot;
     /// Formulas are read from standard input.

@@ -159,6 +159,21 @@ bool FormulaSheet<T>::evaluateReal(const std::string& formula, double& value) {
 }
 
 template <class T>
+bool FormulaSheet<T>::evaluateSweep(const SweepText& sweep, std::vector<double>& values) {
+    double lo;
+    double hi;
+    double step;
+    if (!evaluateReal(sweep.lo, lo) || !evaluateReal(sweep.hi, hi) ||
+        !evaluateReal(sweep.step, step)) {
+        return false;
+    }
+    std::string error;
+    if (sweepValues(lo, hi, step, values, error)) return true;
+    tellError(error);
+    return false;
+}
+
+template <class T>
 bool FormulaSheet<T>::compute(const std::string& formula, const std::string& place,
                               std::vector<T>& values) {
     values.clear();

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/qv/sweepvalues.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 
 /// Named formulas that may use one another in any order, over a variable that runs through values.
@@ -25,6 +26,8 @@ public:
     bool evaluate(const std::string& formula, std::vector<T>& values);
     /// For a formula that must not depend on the running variable and must be real.
     bool evaluateReal(const std::string& formula, double& value);
+    /// The values of a sweep whose limits and step are formulas of this kind.
+    bool evaluateSweep(const SweepText& sweep, std::vector<double>& values);
 
     std::vector<std::string> names() const;
 

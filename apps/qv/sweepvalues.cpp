@@ -53,7 +53,30 @@ std::string text(double value) {
     return qvShortestText(value).Chars();
 }
 
+// Splits at the colons that stand in no brackets.
+std::vector<std::string> splitAtColons(const std::string& text) {
+    std::vector<std::string> parts(1);
+    int depth = 0;
+    for (char c : text) {
+        if (c == '(' || c == '[') ++depth;
+        if (c == ')' || c == ']') --depth;
+        if (c == ':' && depth == 0) {
+            parts.emplace_back();
+        } else {
+            parts.back() += c;
+        }
+    }
+    return parts;
+}
+
 }  // namespace
+
+bool splitSweep(const std::string& text, SweepText& sweep) {
+    const std::vector<std::string> parts = splitAtColons(text);
+    if (parts.size() != 3) return false;
+    sweep = {parts[0], parts[1], parts[2]};
+    return true;
+}
 
 bool sweepValues(double lo, double hi, double step, std::vector<double>& values,
                  std::string& error) {

@@ -1,4 +1,4 @@
-#include "apps/qv/evaltable.h"
+#include "apps/qv/numbertable.h"
 
 #include <algorithm>
 #include <charconv>
@@ -70,7 +70,21 @@ std::string jsonString(const std::string& text) {
     return quoted + '"';
 }
 
-void writeCsv(const std::vector<EvalColumn>& columns, std::size_t rows) {
+// Complex columns as their parts.
+std::vector<TableColumn> realColumns(const std::vector<TableColumn>& columns) {
+    std::vector<TableColumn> all;
+    for (const TableColumn& column : columns) {
+        all.push_back(column.part(0));
+        if (column.complex) all.push_back(column.part(1));
+    }
+    return all;
+}
+
+std::string_view jsonNumber(const NumberText& number, double value) {
+    return std::isfinite(value) ? number.view() : "null";
+}
+
+void writeCsv(const std::vector<TableColumn>& columns, std::size_t rows) {
     Output out;
     for (std::size_t i = 0; i < columns.size(); ++i)
         out << (i > 0 ? "," : "") << csvField(oneLine(columns[i].name));
@@ -82,7 +96,7 @@ void writeCsv(const std::vector<EvalColumn>& columns, std::size_t rows) {
     }
 }
 
-void writeJson(const std::vector<EvalColumn>& columns, std::size_t rows) {
+void writeJson(const std::vector<TableColumn>& columns, std::size_t rows) {
     Output out;
     out << "{\"columns\": [";
     for (std::size_t i = 0; i < columns.size(); ++i)
@@ -92,8 +106,7 @@ void writeJson(const std::vector<EvalColumn>& columns, std::size_t rows) {
         out << (row > 0 ? ",\n  [" : "\n  [");
         for (std::size_t i = 0; i < columns.size(); ++i) {
             const double value = columns[i][row];
-            out << (i > 0 ? ", " : "");
-            out << (std::isfinite(value) ? NumberText(value).view() : "null");
+            out << (i > 0 ? ", " : "") << jsonNumber(NumberText(value), value);
         }
         out << "]";
     }
@@ -101,10 +114,10 @@ void writeJson(const std::vector<EvalColumn>& columns, std::size_t rows) {
 }
 
 // Columns as wide as their widest text, aligned to the right.
-void writeAligned(const std::vector<EvalColumn>& columns, std::size_t rows) {
+void writeAligned(const std::vector<TableColumn>& columns, std::size_t rows) {
     Output out;
     std::vector<std::size_t> widths;
-    for (const EvalColumn& column : columns) {
+    for (const TableColumn& column : columns) {
         std::size_t width = column.name.size();
         for (std::size_t row = 0; row < rows; ++row)
             width = std::max(width, NumberText(column[row]).view().size());
@@ -124,9 +137,37 @@ void writeAligned(const std::vector<EvalColumn>& columns, std::size_t rows) {
 
 }  // namespace
 
-void writeTable(EvalOptions::Format format, const std::vector<EvalColumn>& columns,
-                std::size_t rows) {
-    static constexpr void (*writers[])(const std::vector<EvalColumn>&, std::size_t) = {
+TableColumn TableColumn::part(int imaginary) const {
+    TableColumn one = *this;
+    one.complex = false;
+    if (complex) one.name = (imaginary ? "im(" : "re(") + name + ")";
+    one.values += imaginary;
+    return one;
+}
+
+void writeTable(TableFormat format, const std::vector<TableColumn>& columns, std::size_t rows) {
+    static constexpr void (*writers[])(const std::vector<TableColumn>&, std::size_t) = {
         writeAligned, writeCsv, writeJson};
-    writers[static_cast<int>(format)](columns, rows);
+    writers[static_cast<int>(format)](realColumns(columns), rows);
+}
+
+void writeJsonObjects(const std::vector<TableColumn>& columns, std::size_t rows) {
+    Output out;
+    std::vector<std::string> keys;
+    for (const TableColumn& column : columns) keys.push_back(jsonString(column.name) + ": ");
+    out << "[";
+    for (std::size_t row = 0; row < rows; ++row) {
+        out << (row > 0 ? ",\n {" : "\n {");
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const TableColumn& column = columns[i];
+            const double real = column[row];
+            out << (i > 0 ? ", " : "") << keys[i] << (column.complex ? "[" : "");
+            out << jsonNumber(NumberText(real), real);
+            if (!column.complex) continue;
+            const double imaginary = column.values[row * column.stride + 1];
+            out << ", " << jsonNumber(NumberText(imaginary), imaginary) << "]";
+        }
+        out << "}";
+    }
+    out << "\n]\n";
 }
