@@ -23,6 +23,11 @@ bool finite(const std::complex<double>& n) {
     return std::isfinite(n.real()) && std::isfinite(n.imag());
 }
 
+/// Of photons with this energy; infinite for energies that photons cannot have.
+double wavelengthOf(double energy, double photonEnergy) {
+    return energy > 0 ? photonEnergy / energy : std::numeric_limits<double>::infinity();
+}
+
 /// "mx 1.2 is outside of 0 to 1".
 std::string outside(const char* what, double value, const qvRange& range, const char* unit) {
     return formatText("%s %g%s is outside of %g to %g%s", what, value, unit, range.low, range.high,
@@ -43,17 +48,13 @@ const qvAnalyticMaterial* qvFindAnalytic(QVText keyword) {
 }
 
 double qvAnalyticMaterial::gapWavelength(double mxValue, double T) const {
-    if (!gapLimits) return 0;
-    const double energy = gap(mxValue, T);
-    return energy > 0 ? photonEnergy / energy : std::numeric_limits<double>::infinity();
+    return gapLimits ? wavelengthOf(gap(mxValue, T), photonEnergy) : 0;
 }
 
 qvRange qvAnalyticMaterial::publishedLambda(double mxValue, double T) const {
     if (!gapLimits) return lambda;
-    const double energy = gap(mxValue, T) - gapMargin;
-    const double start =
-        energy > 0 ? photonEnergy / energy : std::numeric_limits<double>::infinity();
-    return {std::max(lambda.low, start), lambda.high};
+    return {std::max(lambda.low, wavelengthOf(gap(mxValue, T) - gapMargin, photonEnergy)),
+            lambda.high};
 }
 
 qvAnalyticVerdict qvAnalyticMaterial::check(double mxValue, double myValue, double wavelength,
@@ -69,9 +70,14 @@ qvAnalyticVerdict qvAnalyticMaterial::check(double mxValue, double myValue, doub
         return be(Verdict::NotANumber);
     if (wavelength <= 0) return be(Verdict::WavelengthNotPositive);
     if (T < 0) return be(Verdict::TemperatureNegative);
-    if (gapLimits && wavelength <= gapWavelength(mxValue, T)) return be(Verdict::AboveGap);
+    double start = lambda.low;
+    if (gapLimits) {
+        const double energy = gap(mxValue, T);
+        if (wavelength <= wavelengthOf(energy, photonEnergy)) return be(Verdict::AboveGap);
+        start = std::max(start, wavelengthOf(energy - gapMargin, photonEnergy));
+    }
     if (!reach.holds(wavelength)) return be(Verdict::Beyond);
-    v.lambdaOutside = !publishedLambda(mxValue, T).holds(wavelength);
+    v.lambdaOutside = !qvRange{start, lambda.high}.holds(wavelength);
     v.mxOutside = usesMx() && !mx.holds(mxValue);
     v.temperatureOutside = !temperature.holds(T);
     if (!v.lambdaOutside && !v.mxOutside && !v.temperatureOutside) return v;
