@@ -146,7 +146,6 @@ protected:
     qvmaterial::MaterialData& edit();
 
 private:
-    friend class qvMaterialKeywords;
     using DataPtr = std::shared_ptr<const qvmaterial::MaterialData>;
 
     void publish(DataPtr data);
@@ -160,6 +159,8 @@ private:
     std::atomic<const qvmaterial::MaterialData*> current_;
     /// Which keywords the definition that is being read has given itself.
     std::vector<bool> given_;
+    std::atomic<bool> epsFull_ = false;
+    std::atomic<bool> muFull_ = false;
     /// One bit per kind of query that has warned.
     mutable std::atomic<std::uint32_t> warned_ = 0;
 };

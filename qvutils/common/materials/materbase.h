@@ -7,9 +7,16 @@
 
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/common/tasks/atomiccounter.h"
+#include "qvutils/common/tasks/qvlocks.h"
 
 class MaterB;
 class Materbase;
+class PolyOrSplineFunc2DBase;
+
+namespace qvmaterial {
+std::shared_ptr<const PolyOrSplineFunc2DBase> findFunction(Materbase* base, std::string_view type,
+                                                           std::string_view name);
+}
 
 /// The directory where material files are looked for that are not found as named; null or empty
 /// for none. Set before files are loaded; the text is not copied.
@@ -74,20 +81,24 @@ public:
 
 private:
     friend class qvMaterialLoader;
+    friend std::shared_ptr<const PolyOrSplineFunc2DBase> qvmaterial::findFunction(
+        Materbase* base, std::string_view type, std::string_view name);
     friend Materbase* LoadMaterbase(const char* fileName);
     friend void ChangeMaterbase(Materbase*& current, const char* fileName);
     friend std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);
 
     struct Contents;
 
-    Materbase();
+    explicit Materbase(bool shared);
     ~Materbase();
     bool Load(const char* path);
-    void Reset();
-    void UnLoad();
-    bool reload();
+    bool Reload();
+    void refresh();
 
     char fileName_[maxPath] = "";
+    std::string path_;
     AtomicCounter references_ = 0;
+    /// Guards the tables, not the materials in them.
+    mutable qvCritSection lock_{"material file"};
     std::unique_ptr<Contents> contents_;
 };
