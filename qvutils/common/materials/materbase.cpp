@@ -9,6 +9,7 @@
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/materials/materhooks.h"
+#include "qvutils/common/materials/materialfiles.h"
 #include "qvutils/common/materials/materloader.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
@@ -36,17 +37,10 @@ MaterB* makePlainMaterial(const char* name) {
 
 std::atomic<Materbase::NewMaterFn> factory{&makePlainMaterial};
 
-bool isFile(const std::string& path) {
-    return qvplatform::fileSystem().status(path).isFile();
-}
-
-/// The file of this name, or of this name in the default directory; empty when there is none.
+/// The file of this name, or of this name in one of the usual directories; empty when there is none.
 std::string findFile(const char* name) {
-    if (!name || !*name) return "";
-    if (isFile(name)) return qvmaterial::absolutePath(name);
-    if (!materbaseDir || !*materbaseDir) return "";
-    const std::string standard = qvplatform::joinPath(materbaseDir, name);
-    return isFile(standard) ? qvmaterial::absolutePath(standard) : "";
+    const std::string found = name ? qvFindMaterialFile(name) : "";
+    return found.empty() ? found : qvmaterial::absolutePath(found);
 }
 
 }  // namespace

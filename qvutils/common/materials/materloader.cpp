@@ -6,8 +6,9 @@
 #include "qvutils/common/blocks/signature.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/common/materials/materkeywords.h"
 #include "qvutils/common/materials/materhooks.h"
+#include "qvutils/common/materials/materialfiles.h"
+#include "qvutils/common/materials/materkeywords.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
 #include "qvutils/common/platform/threads.h"
@@ -304,7 +305,8 @@ void qvMaterialLoader::skipToKeyword(Reader& in) {
     std::string word;
     for (std::int64_t before = in.position(); in.word(word); before = in.position()) {
         const bool stops = sameWord(word, "END") || sameWord(word, "BEGIN") ||
-                           sameWord(word, "BEGIN_DATABLOCK") || qvmaterial::findKeyword(word);
+                           sameWord(word, "BEGIN_DATABLOCK") || word[0] == '<' ||
+                           qvmaterial::findKeyword(word);
         if (!stops) continue;
         in.goTo(before);
         return;
@@ -374,7 +376,7 @@ bool qvMaterialLoader::include(Reader& in, std::int64_t start, const std::string
     return goOn();
 }
 
-/// Beside the file that includes it, in the working directory, or in the default directory.
+/// Beside the file that includes it, else wherever a file of this name would be found.
 std::string qvMaterialLoader::findIncluded(const Reader& in, const std::string& name) const {
     qvplatform::FileSystem& files = qvplatform::fileSystem();
     const std::string absolute = qvmaterial::absolutePath(name);
@@ -383,10 +385,8 @@ std::string qvMaterialLoader::findIncluded(const Reader& in, const std::string& 
     while (end > 0 && !qvplatform::isPathSeparator(in.path()[end - 1])) --end;
     const std::string beside = in.path().substr(0, end) + name;
     if (files.status(beside).isFile()) return beside;
-    if (files.status(absolute).isFile()) return absolute;
-    if (!materbaseDir || !*materbaseDir) return beside;
-    const std::string standard = qvmaterial::absolutePath(qvplatform::joinPath(materbaseDir, name));
-    return files.status(standard).isFile() ? standard : beside;
+    const std::string shipped = qvFindMaterialFile(name);
+    return shipped.empty() ? beside : qvmaterial::absolutePath(shipped);
 }
 
 bool qvMaterialLoader::completeMaterials() {
