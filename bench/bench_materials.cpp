@@ -47,8 +47,8 @@ struct HandAlGaAs {
         E0 = square(gap / 1.239856 + 1.1308 * x + 0.1436 * x * x);
         A = 5.9613 + 7.178e-4 * T - 0.953e-6 * T * T - 16.159 * x + 43.511 * x * x -
             71.317 * x * x * x + 57.535 * x * x * x * x - 17.451 * x * x * x * x * x;
-        C0 = 1 / (50.535 - 150.7 * x - 62.209 * x * x + 797.16 * x * x * x -
-                  1125 * x * x * x * x + 503.79 * x * x * x * x * x);
+        C0 = 1 / (50.535 - 150.7 * x - 62.209 * x * x + 797.16 * x * x * x - 1125 * x * x * x * x +
+                  503.79 * x * x * x * x * x);
         E1 = 4.7171 - 3.237e-4 * T - 1.358e-6 * T * T + 11.006 * x - 3.08 * x * x;
         C1 = 21.5647 + 113.74 * x - 122.5 * x * x + 108.401 * x * x * x - 47.318 * x * x * x * x;
     }
@@ -121,9 +121,8 @@ BENCHMARK(scalarHandGold);
 /// The group index: the model's exact derivative beside the hand-written index at three places.
 void groupOurs(benchmark::State& state) {
     const qvAnalyticMaterial* row = qvFindAnalytic("ANAL_ALGAAS");
-    scalar(state, [row](double x, double lambda, double T) {
-        return row->groupIndex(x, 0, lambda, T);
-    });
+    scalar(state,
+           [row](double x, double lambda, double T) { return row->groupIndex(x, 0, lambda, T); });
 }
 BENCHMARK(groupOurs);
 void groupHand(benchmark::State& state) {

@@ -12,12 +12,11 @@ namespace {
 using qvplatform::formatText;
 
 constexpr const qvAnalyticMaterial* rows[] = {
-    &qvanalytic::algaas,    &qvanalytic::ingaasp1,  &qvanalytic::ingaasp2,
-    &qvanalytic::sio2geo2a, &qvanalytic::sio2geo2b, &qvanalytic::ingaalas1,
-    &qvanalytic::silicon1,  &qvanalytic::silicon2,  &qvanalytic::silica1,
-    &qvanalytic::linbo3,    &qvanalytic::sin1,      &qvanalytic::aluminium,
-    &qvanalytic::aluminium2, &qvanalytic::gold,     &qvanalytic::platinum,
-    &qvanalytic::silver,    &qvanalytic::tungsten,  &qvanalytic::nickel};
+    &qvanalytic::algaas,     &qvanalytic::ingaasp1,  &qvanalytic::ingaasp2, &qvanalytic::sio2geo2a,
+    &qvanalytic::sio2geo2b,  &qvanalytic::ingaalas1, &qvanalytic::silicon1, &qvanalytic::silicon2,
+    &qvanalytic::silica1,    &qvanalytic::linbo3,    &qvanalytic::sin1,     &qvanalytic::aluminium,
+    &qvanalytic::aluminium2, &qvanalytic::gold,      &qvanalytic::platinum, &qvanalytic::silver,
+    &qvanalytic::tungsten,   &qvanalytic::nickel};
 
 bool finite(const std::complex<double>& n) {
     return std::isfinite(n.real()) && std::isfinite(n.imag());
@@ -110,43 +109,45 @@ QVString qvAnalyticMaterial::describe(const qvAnalyticVerdict& verdict, double m
                                       double T) const {
     std::string text = formatText("%s (%s): ", keyword, model);
     switch (verdict.kind) {
-    case qvAnalyticVerdict::Inside:
-        return "";
-    case qvAnalyticVerdict::AboveGap:
-        text = formatText(gapMessage, name, mxValue) +
-               formatText("\nphoton energy %.6g eV, band gap %.6g eV at %g K",
-                          photonEnergy / verdict.lambda, gap(mxValue, T), T);
-        break;
-    case qvAnalyticVerdict::WavelengthNotPositive:
-        text = formatText("Request of bandgap wavelength <= zero in %s(%.16g)", name, mxValue) +
-               formatText("\nwavelength %g um", verdict.lambda);
-        break;
-    case qvAnalyticVerdict::TemperatureNegative:
-        text += formatText("temperature %g K is below zero", T);
-        break;
-    case qvAnalyticVerdict::NotANumber:
-        text += formatText("no index at wavelength %g um, composition %g, temperature %g K: "
-                           "not a finite number",
-                           verdict.lambda, mxValue, T);
-        break;
-    case qvAnalyticVerdict::Beyond:
-        text += formatText("no index at wavelength %g um, composition %g, temperature %g K: "
-                           "too far from the published range of %g to %g um",
-                           verdict.lambda, mxValue, T, lambda.low, lambda.high);
-        break;
-    case qvAnalyticVerdict::Extrapolated: {
-        const char* separator = "";
-        const auto add = [&](const std::string& part) {
-            text += separator + part;
-            separator = "; ";
-        };
-        if (verdict.lambdaOutside)
-            add(outside("wavelength", verdict.lambda, publishedLambda(mxValue, T), " um"));
-        if (verdict.mxOutside) add(outside("mx", mxValue, mx, ""));
-        if (verdict.temperatureOutside) add(outside("temperature", T, temperature, " K"));
-        text += "; extrapolated";
-        break;
-    }
+        case qvAnalyticVerdict::Inside:
+            return "";
+        case qvAnalyticVerdict::AboveGap:
+            text = formatText(gapMessage, name, mxValue) +
+                   formatText("\nphoton energy %.6g eV, band gap %.6g eV at %g K",
+                              photonEnergy / verdict.lambda, gap(mxValue, T), T);
+            break;
+        case qvAnalyticVerdict::WavelengthNotPositive:
+            text = formatText("Request of bandgap wavelength <= zero in %s(%.16g)", name, mxValue) +
+                   formatText("\nwavelength %g um", verdict.lambda);
+            break;
+        case qvAnalyticVerdict::TemperatureNegative:
+            text += formatText("temperature %g K is below zero", T);
+            break;
+        case qvAnalyticVerdict::NotANumber:
+            text += formatText(
+                "no index at wavelength %g um, composition %g, temperature %g K: "
+                "not a finite number",
+                verdict.lambda, mxValue, T);
+            break;
+        case qvAnalyticVerdict::Beyond:
+            text += formatText(
+                "no index at wavelength %g um, composition %g, temperature %g K: "
+                "too far from the published range of %g to %g um",
+                verdict.lambda, mxValue, T, lambda.low, lambda.high);
+            break;
+        case qvAnalyticVerdict::Extrapolated: {
+            const char* separator = "";
+            const auto add = [&](const std::string& part) {
+                text += separator + part;
+                separator = "; ";
+            };
+            if (verdict.lambdaOutside)
+                add(outside("wavelength", verdict.lambda, publishedLambda(mxValue, T), " um"));
+            if (verdict.mxOutside) add(outside("mx", mxValue, mx, ""));
+            if (verdict.temperatureOutside) add(outside("temperature", T, temperature, " K"));
+            text += "; extrapolated";
+            break;
+        }
     }
     return QVString(text);
 }

@@ -33,13 +33,13 @@ struct qvIndexSlope {
 /// What can be said about a wavelength, composition and temperature before the model is evaluated.
 struct qvAnalyticVerdict {
     enum Kind {
-        Inside,                ///< within what was published
-        Extrapolated,          ///< outside of it, where the model goes on smoothly; see the flags
-        Beyond,                ///< the model has no meaningful value there
-        AboveGap,              ///< the photons have at least the energy of the band gap
+        Inside,        ///< within what was published
+        Extrapolated,  ///< outside of it, where the model goes on smoothly; see the flags
+        Beyond,        ///< the model has no meaningful value there
+        AboveGap,      ///< the photons have at least the energy of the band gap
         WavelengthNotPositive,
         TemperatureNegative,
-        NotANumber             ///< not a number, or infinite
+        NotANumber  ///< not a number, or infinite
     };
     Kind kind = Inside;
     bool lambdaOutside = false;

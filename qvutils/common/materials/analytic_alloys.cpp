@@ -27,8 +27,7 @@ double gapAlGaAs(double x, double T) {
     constexpr double kB = 8.61708e-5;
     // 1 - coth(E / (2 kB T)) is minus twice the mean number of phonons of the energy E.
     const auto phonons = [T](double energy) { return 2 / std::expm1(energy / (kB * T)); };
-    const double gaAs =
-        1.5192 - 1.8 * 0.0159 * phonons(0.0159) - 1.1 * 0.0336 * phonons(0.0336);
+    const double gaAs = 1.5192 - 1.8 * 0.0159 * phonons(0.0159) - 1.1 * 0.0336 * phonons(0.0336);
     return gaAs + gehrsitzPhotonEnergy * x * (1.1308 + 0.1436 * x);
 }
 
@@ -55,12 +54,12 @@ private:
     double x_, A_, C0_, C1_, E1_, E0_;
 };
 
-// How the gaps of InP and of the alloys on it move with the temperature, from 300 K: the one of InP,
-// I. Vurgaftman, J. R. Meyer, L. R. Ram-Mohan, J. Appl. Phys. 89, 5815 (2001). The models of these
-// alloys were published for room temperature only. Here the index at another temperature is that of
-// the composition that has the gap at 300 K: moving the gap alone would move the index 150 times too
-// little. For InP this gives dn/dT = 1.4e-4/K at 1.55 um where 1.9e-4/K was measured (P. Gini, H.
-// Melchior, J. Appl. Phys. 79, 4335 (1996)).
+// How the gaps of InP and of the alloys on it move with the temperature, from 300 K: the one of
+// InP, I. Vurgaftman, J. R. Meyer, L. R. Ram-Mohan, J. Appl. Phys. 89, 5815 (2001). The models of
+// these alloys were published for room temperature only. Here the index at another temperature is
+// that of the composition that has the gap at 300 K: moving the gap alone would move the index 150
+// times too little. For InP this gives dn/dT = 1.4e-4/K at 1.55 um where 1.9e-4/K was measured (E.
+// Gini, H. Melchior, J. Appl. Phys. 79, 4335 (1996)).
 double gapShift(double T) {
     const auto varshni = [](double t) { return -0.363e-3 * t * t / (t + 162); };
     return varshni(T) - varshni(300);

@@ -17,9 +17,10 @@ constexpr double square(double x) {
 }
 
 // G. Ghosh, M. Endo, T. Iwasaki, "Temperature-dependent Sellmeier coefficients and chromatic
-// dispersions for some optical fiber glasses", J. Lightwave Technol. 12, 1338 (1994). At 20 C it lies
-// 1e-4 above Malitson's index, so only differences between temperatures are taken from it. They are
-// some 14 % larger than D. B. Leviton, B. J. Frey, Proc. SPIE 6273, 62732K (2006) measured.
+// dispersions for some optical fiber glasses", J. Lightwave Technol. 12, 1338 (1994). At 20 C it
+// lies 1e-4 above Malitson's index, so only differences between temperatures are taken from it.
+// They are some 14 % larger than D. B. Leviton, B. J. Frey, Proc. SPIE 6273, 62732K (2006)
+// measured.
 class GhoshSilica {
 public:
     explicit GhoshSilica(double T) {
@@ -123,9 +124,9 @@ private:
 class Silicon2 {
 public:
     Silicon2(double, double T, qvAxis) {
-        const double expansion =
-            T < 293 ? -2.1e-4 + T * (-4.149e-7 + T * (-4.620e-10 + T * 1.482e-11))
-                    : -7.1e-4 + T * (1.887e-6 + T * (1.934e-9 + T * -4.544e-13));
+        const double expansion = T < 293
+                                     ? -2.1e-4 + T * (-4.149e-7 + T * (-4.620e-10 + T * 1.482e-11))
+                                     : -7.1e-4 + T * (1.887e-6 + T * (1.934e-9 + T * -4.544e-13));
         eps_ = 11.4445 + T * (2.7739e-4 + T * (1.7050e-6 + T * -8.1347e-10));
         slope_ = std::exp(-3 * expansion) * (0.8948 + T * (4.3977e-4 + T * 7.3835e-8));
     }
@@ -139,8 +140,8 @@ private:
 };
 
 // C. D. Salzberg, J. J. Villa, J. Opt. Soc. Am. 47, 244 (1957), as fitted by B. Tatian, "Fitting
-// refractive-index data with the Sellmeier dispersion formula", Appl. Opt. 23, 4477 (1984), at 26 C.
-// Other temperatures by Li's differences.
+// refractive-index data with the Sellmeier dispersion formula", Appl. Opt. 23, 4477 (1984), at 26
+// C. Other temperatures by Li's differences.
 class Silicon1 {
 public:
     Silicon1(double mx, double T, qvAxis axis)
@@ -148,9 +149,9 @@ public:
     template <class S>
     S index(const S& lambda) const {
         const S L = lambda * lambda;
-        const S n = sqrt(1.0 + term(L, 10.6684293, square(0.301516485)) +
-                         term(L, 0.0030434748, square(1.13475115)) +
-                         term(L, 1.54133408, square(1104)));
+        const S n =
+            sqrt(1.0 + term(L, 10.6684293, square(0.301516485)) +
+                 term(L, 0.0030434748, square(1.13475115)) + term(L, 1.54133408, square(1104)));
         return n + warm_.index(lambda) - cool_.index(lambda);
     }
     static constexpr double referenceTemperature = 299.15;
@@ -187,7 +188,7 @@ private:
     struct Ray {
         double A1, A2, A3, A4, B1, B2, B3;
     };
-    static constexpr Ray ordinary{4.9048,    0.11775,    0.21802,    0.027153,
+    static constexpr Ray ordinary{4.9048,    0.11775,    0.21802,  0.027153,
                                   2.2314e-8, -2.9671e-8, 2.1429e-8};
     static constexpr Ray extraordinary{4.5820,    0.09921,    0.21090,  0.021940,
                                        5.2716e-8, -4.9143e-8, 2.2971e-7};
@@ -197,7 +198,8 @@ private:
 
 // K. Luke, Y. Okawachi, M. R. E. Lamont, A. L. Gaeta, M. Lipson, "Broadband mid-infrared frequency
 // comb generation in a Si3N4 microresonator", Opt. Lett. 40, 4823 (2015); dn/dT at 1.55 um of A.
-// Arbabi, L. L. Goddard, Opt. Lett. 38, 3878 (2013). Films differ by more than 0.02 among each other.
+// Arbabi, L. L. Goddard, Opt. Lett. 38, 3878 (2013). Films differ by more than 0.02 among each
+// other.
 class SiN1 {
 public:
     SiN1(double, double T, qvAxis) : shift_(2.45e-5 * (T - 298.15)) {}
@@ -212,8 +214,9 @@ private:
     double shift_;
 };
 
-constexpr const char* silicaShift = "The temperature is an addition: the change of silica's index, "
-                                    "G. Ghosh et al., J. Lightwave Technol. 12, 1338 (1994).";
+constexpr const char* silicaShift =
+    "The temperature is an addition: the change of silica's index, "
+    "G. Ghosh et al., J. Lightwave Technol. 12, 1338 (1994).";
 
 }  // namespace
 
@@ -261,8 +264,9 @@ constinit const qvAnalyticMaterial silicon1{
     .keyword = "ANAL_SILICON1",
     .name = "Si",
     .model = "Salzberg & Villa 1957",
-    .reference = "C. D. Salzberg, J. J. Villa, J. Opt. Soc. Am. 47, 244 (1957); B. Tatian, "
-                 "Appl. Opt. 23, 4477 (1984)",
+    .reference =
+        "C. D. Salzberg, J. J. Villa, J. Opt. Soc. Am. 47, 244 (1957); B. Tatian, "
+        "Appl. Opt. 23, 4477 (1984)",
     .note = "The temperature is an addition: differences of Li 1980.",
     .lambda = {1.357, 11.04},
     .temperature = {200, 700},
@@ -301,8 +305,9 @@ constinit const qvAnalyticMaterial sin1{
     .name = "Si3N4",
     .model = "Luke et al. 2015",
     .reference = "K. Luke et al., Opt. Lett. 40, 4823 (2015)",
-    .note = "LPCVD film. The temperature is an addition: A. Arbabi, L. L. Goddard, Opt. Lett. 38, "
-            "3878 (2013).",
+    .note =
+        "LPCVD film. The temperature is an addition: A. Arbabi, L. L. Goddard, Opt. Lett. 38, "
+        "3878 (2013).",
     .lambda = {0.31, 5.504},
     .temperature = {273, 423},
     .reach = {0.15, 12},

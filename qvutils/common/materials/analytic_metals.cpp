@@ -1,6 +1,6 @@
-// Metals: A. D. Rakic, A. B. Djurisic, J. M. Elazar, M. L. Majewski, "Optical properties of metallic
-// films for vertical-cavity optoelectronic devices", Appl. Opt. 37, 5271 (1998). Films of different
-// make differ from the models and from each other by 5 to 20 % of the index.
+// Metals: A. D. Rakic, A. B. Djurisic, J. M. Elazar, M. L. Majewski, "Optical properties of
+// metallic films for vertical-cavity optoelectronic devices", Appl. Opt. 37, 5271 (1998). Films of
+// different make differ from the models and from each other by 5 to 20 % of the index.
 
 #include "qvutils/common/materials/analyticmodel.h"
 #include "qvutils/common/materials/faddeeva.h"
@@ -23,13 +23,11 @@ struct Metal {
 };
 
 // The Lorentz-Drude model.
-constexpr Metal aluminiumLd{14.98,
-                            {0.523, 0.047, 0},
-                            {{0.227, 0.333, 0.162},
-                             {0.050, 0.312, 1.544},
-                             {0.166, 1.351, 1.808},
-                             {0.030, 3.382, 3.473}},
-                            4};
+constexpr Metal aluminiumLd{
+    14.98,
+    {0.523, 0.047, 0},
+    {{0.227, 0.333, 0.162}, {0.050, 0.312, 1.544}, {0.166, 1.351, 1.808}, {0.030, 3.382, 3.473}},
+    4};
 constexpr Metal goldLd{9.03,
                        {0.760, 0.053, 0},
                        {{0.024, 0.241, 0.415},
@@ -38,13 +36,11 @@ constexpr Metal goldLd{9.03,
                         {0.601, 2.494, 4.304},
                         {4.384, 2.214, 13.32}},
                        5};
-constexpr Metal platinumLd{9.59,
-                           {0.333, 0.080, 0},
-                           {{0.191, 0.517, 0.780},
-                            {0.659, 1.838, 1.314},
-                            {0.547, 3.668, 3.141},
-                            {3.576, 8.517, 9.249}},
-                           4};
+constexpr Metal platinumLd{
+    9.59,
+    {0.333, 0.080, 0},
+    {{0.191, 0.517, 0.780}, {0.659, 1.838, 1.314}, {0.547, 3.668, 3.141}, {3.576, 8.517, 9.249}},
+    4};
 constexpr Metal silverLd{9.01,
                          {0.845, 0.048, 0},
                          {{0.065, 3.886, 0.816},
@@ -53,20 +49,16 @@ constexpr Metal silverLd{9.01,
                           {0.840, 0.916, 9.083},
                           {5.646, 2.419, 20.29}},
                          5};
-constexpr Metal tungstenLd{13.22,
-                           {0.206, 0.064, 0},
-                           {{0.054, 0.530, 1.004},
-                            {0.166, 1.281, 1.917},
-                            {0.706, 3.332, 3.580},
-                            {2.590, 5.836, 7.498}},
-                           4};
-constexpr Metal nickelLd{15.92,
-                         {0.096, 0.048, 0},
-                         {{0.100, 4.511, 0.174},
-                          {0.135, 1.334, 0.582},
-                          {0.106, 2.178, 1.597},
-                          {0.729, 6.292, 6.089}},
-                         4};
+constexpr Metal tungstenLd{
+    13.22,
+    {0.206, 0.064, 0},
+    {{0.054, 0.530, 1.004}, {0.166, 1.281, 1.917}, {0.706, 3.332, 3.580}, {2.590, 5.836, 7.498}},
+    4};
+constexpr Metal nickelLd{
+    15.92,
+    {0.096, 0.048, 0},
+    {{0.100, 4.511, 0.174}, {0.135, 1.334, 0.582}, {0.106, 2.178, 1.597}, {0.729, 6.292, 6.089}},
+    4};
 
 // The Brendel-Bormann model: resonances with a normal distribution of energies. R. Brendel, D.
 // Bormann, J. Appl. Phys. 71, 1 (1992).
@@ -146,8 +138,7 @@ private:
         const Complex scale = 1 / (std::numbers::sqrt2 * r.spread);
         const C sum = qvfaddeeva::w((a - Complex(r.energy)) * scale) +
                       qvfaddeeva::w((a + Complex(r.energy)) * scale);
-        const Complex strength(
-            0, sqrtPiBy8 * r.strength * metal.plasma * metal.plasma / r.spread);
+        const Complex strength(0, sqrtPiBy8 * r.strength * metal.plasma * metal.plasma / r.spread);
         return strength * sum / a;
     }
 };

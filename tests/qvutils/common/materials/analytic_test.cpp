@@ -220,8 +220,8 @@ void throughRanges(int steps, Visit visit) {
     for (const qvAnalyticMaterial* m : qvAnalyticMaterials())
         for (const qvAxis axis : {qvAxis::Ordinary, qvAxis::Extraordinary})
             for (const double share : {0.0, 0.4, 1.0}) {
-                const double T = m->temperature.low +
-                                 share * (m->temperature.high - m->temperature.low);
+                const double T =
+                    m->temperature.low + share * (m->temperature.high - m->temperature.low);
                 const double mx = m->usesMx() ? m->mx.low + share * (m->mx.high - m->mx.low) : 0;
                 const qvRange lambda = m->publishedLambda(mx, T);
                 const double factor = std::pow(lambda.high / lambda.low, 1.0 / steps);
@@ -354,8 +354,7 @@ TEST(AnalyticMaterials, nothing_unusable_passes_for_a_value) {
                                             std::isfinite(n.imag())))
                         << fraction << " " << l << " " << T;
                 }
-        EXPECT_EQ(m->check(mx, 0, std::vector{lambda, lambda, nan}, 300).kind,
-                  Verdict::NotANumber);
+        EXPECT_EQ(m->check(mx, 0, std::vector{lambda, lambda, nan}, 300).kind, Verdict::NotANumber);
         EXPECT_EQ(m->check(mx, 0, std::vector{lambda, -1.0, lambda}, 300).kind,
                   Verdict::WavelengthNotPositive);
         EXPECT_EQ(m->check(mx, 0, std::vector{lambda, 1e9}, 300).lambda, 1e9);
