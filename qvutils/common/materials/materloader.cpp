@@ -301,11 +301,13 @@ bool qvMaterialLoader::readParameter(Reader& in, MaterB& material, const std::st
     return in.failAt(start, "");
 }
 
+/// Steps over values up to what is, or looks like, the next keyword.
 void qvMaterialLoader::skipToKeyword(Reader& in) {
     std::string word;
     for (std::int64_t before = in.position(); in.word(word); before = in.position()) {
         const bool stops = sameWord(word, "END") || sameWord(word, "BEGIN") ||
                            sameWord(word, "BEGIN_DATABLOCK") || word[0] == '<' ||
+                           (in.beganLine() && word[0] >= 'A' && word[0] <= 'Z') ||
                            qvmaterial::findKeyword(word);
         if (!stops) continue;
         in.goTo(before);

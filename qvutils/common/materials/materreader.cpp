@@ -53,11 +53,12 @@ void MaterReader::goTo(std::int64_t position) {
 
 /// Reads over blanks and comments; returns the character after them, which is read as well.
 int MaterReader::skipBlank() {
+    newLine_ = false;
     for (int c = next();; c = next()) {
-        if (isBlank(c)) continue;
-        if (c != '/' || !commentBegins()) return c;
-        while (c != '\n' && c != EOF) c = next();
-        if (c == EOF) return c;
+        if (c == '/' && commentBegins())
+            while (c != '\n' && c != EOF) c = next();
+        if (!isBlank(c)) return c;
+        newLine_ |= c == '\n';
     }
 }
 

@@ -50,6 +50,8 @@ public:
     std::int64_t position() const;
     void goTo(std::int64_t position);
     bool atEnd();
+    /// Was the last word the first one of its line?
+    bool beganLine() const { return newLine_; }
     int lineOf(std::int64_t position);
     /// Says that this word was read just before, by another reader.
     void noteWord(std::string_view text) {
@@ -84,6 +86,7 @@ private:
     /// The last word, and how many characters were read since its start.
     std::string word_;
     std::int64_t read_ = 0;
+    bool newLine_ = false;
 };
 
 /// Case of letters ignored.
