@@ -146,6 +146,7 @@ protected:
     qvmaterial::MaterialData& edit();
 
 private:
+    friend class qvMaterialQuery;
     using DataPtr = std::shared_ptr<const qvmaterial::MaterialData>;
 
     void publish(DataPtr data);
