@@ -35,12 +35,6 @@ bool readSweep(EvalOptions& options, const std::string& text) {
     return options.hasSweep = splitSweep(named.formula, options.sweep);
 }
 
-bool chooseFormat(EvalOptions& options, TableFormat format) {
-    if (options.hasFormat && options.format != format) return false;
-    options.format = format;
-    return options.hasFormat = true;
-}
-
 const OptionWord<EvalOptions> words[] = {
     {"--set", "NAME=FORMULA", "a name for the formulas to use; may use others, in any order",
      readDefinition},

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <string_view>
+
+#include "apps/qv/tabletext.h"
 
 namespace {
 
@@ -18,57 +19,6 @@ struct NumberText {
     char text[32];
     char* end;
 };
-
-/// Standard output in large pieces.
-class Output {
-public:
-    Output() = default;
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-    ~Output() { flush(); }
-
-    Output& operator<<(std::string_view text) {
-        buffer_ += text;
-        if (buffer_.size() > pieceSize) flush();
-        return *this;
-    }
-
-private:
-    static constexpr std::size_t pieceSize = 1 << 16;
-
-    void flush() {
-        std::fwrite(buffer_.data(), 1, buffer_.size(), stdout);
-        buffer_.clear();
-    }
-
-    std::string buffer_;
-};
-
-// Control characters become blanks, so that a line of the table stays a line.
-std::string oneLine(std::string text) {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < ' ') c = ' ';
-    return text;
-}
-
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (char c : text) {
-        if (c == '"') quoted += '"';
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
-std::string jsonString(const std::string& text) {
-    std::string quoted = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
-        quoted += c;
-    }
-    return quoted + '"';
-}
 
 // Complex columns as their parts.
 std::vector<TableColumn> realColumns(const std::vector<TableColumn>& columns) {
@@ -85,7 +35,7 @@ std::string_view jsonNumber(const NumberText& number, double value) {
 }
 
 void writeCsv(const std::vector<TableColumn>& columns, std::size_t rows) {
-    Output out;
+    TableOutput out;
     for (std::size_t i = 0; i < columns.size(); ++i)
         out << (i > 0 ? "," : "") << csvField(oneLine(columns[i].name));
     out << "\n";
@@ -97,7 +47,7 @@ void writeCsv(const std::vector<TableColumn>& columns, std::size_t rows) {
 }
 
 void writeJson(const std::vector<TableColumn>& columns, std::size_t rows) {
-    Output out;
+    TableOutput out;
     out << "{\"columns\": [";
     for (std::size_t i = 0; i < columns.size(); ++i)
         out << (i > 0 ? ", " : "") << jsonString(oneLine(columns[i].name));
@@ -115,7 +65,7 @@ void writeJson(const std::vector<TableColumn>& columns, std::size_t rows) {
 
 // Columns as wide as their widest text, aligned to the right.
 void writeAligned(const std::vector<TableColumn>& columns, std::size_t rows) {
-    Output out;
+    TableOutput out;
     std::vector<std::size_t> widths;
     for (const TableColumn& column : columns) {
         std::size_t width = column.name.size();
@@ -152,7 +102,7 @@ void writeTable(TableFormat format, const std::vector<TableColumn>& columns, std
 }
 
 void writeJsonObjects(const std::vector<TableColumn>& columns, std::size_t rows) {
-    Output out;
+    TableOutput out;
     std::vector<std::string> keys;
     for (const TableColumn& column : columns) keys.push_back(jsonString(column.name) + ": ");
     out << "[";

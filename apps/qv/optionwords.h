@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/qv/numbertable.h"
+
 /// One option of a subcommand: a row of its table.
 template <class Options>
 struct OptionWord {
@@ -15,6 +17,14 @@ struct OptionWord {
     /// Returns false when the argument does not suit.
     bool (*apply)(Options&, const std::string& argument);
 };
+
+/// The format of a table may be chosen once.
+template <class Options>
+bool chooseFormat(Options& options, TableFormat format) {
+    if (options.hasFormat && options.format != format) return false;
+    options.format = format;
+    return options.hasFormat = true;
+}
 
 /// Reads the arguments of a subcommand. What is no option goes to `operands`, also when it begins
 /// with one minus sign, and all that follows "--". On wrong usage returns false and `error` says
