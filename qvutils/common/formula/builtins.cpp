@@ -115,7 +115,7 @@ constexpr const char* splineNeedsRisingPoints =
 ValueAndSlope splineAt(double x, const double* xy, int points) {
     ValueAndSlope result;
     if (!qvNaturalSplineValue(points, xy, x, result.value, result.slope))
-        qvThrowError(splineNeedsRisingPoints);  // infinite ones rise, but not by a number
+        qvThrowError(splineNeedsRisingPoints);
     return result;
 }
 
@@ -129,6 +129,11 @@ ValueAndSlope splineThrough(double x, int points, const X& xs, const Column& col
 template <class T>
 void checkSpline(const ParList<T>& a) {
     checkPoints(a, "spline", splineNeedsRisingPoints);
+    for (int i = 1; i < a.count; ++i) {
+        // One that is not would spoil the curve everywhere.
+        if (!std::isfinite(std::abs(a[i])))
+            qvThrowError("spline: the points must be finite numbers\n");
+    }
 }
 
 double spline(const ParList<double>& a) {

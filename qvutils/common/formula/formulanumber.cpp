@@ -1,3 +1,4 @@
+#include <cctype>
 #include <charconv>
 #include <string>
 
@@ -25,7 +26,10 @@ bool qvReadFormulaNumber(std::string_view token, double& value) {
     const bool hexadecimal = token.size() > 2 && token[0] == '0' && (token[1] | 0x20) == 'x';
     const char* const begin = token.data() + (hexadecimal ? 2 : 0);
     const char* const end = token.data() + token.size();
-    if (hexadecimal && *begin == '-') return false;
+    // The conversion takes a sign and the words inf and nan after the 0x as well.
+    if (hexadecimal && !std::isxdigit(static_cast<unsigned char>(*begin)) && *begin != '.') {
+        return false;
+    }
     double read = 0;
     const auto [stop, error] = std::from_chars(
         begin, end, read, hexadecimal ? std::chars_format::hex : std::chars_format::general);
