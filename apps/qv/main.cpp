@@ -3,6 +3,7 @@
 
 #include "apps/qv/evaluate.h"
 #include "apps/qv/host.h"
+#include "apps/qv/materialcommand.h"
 #include "apps/qv/options.h"
 #include "apps/qv/prompt.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
@@ -54,8 +55,6 @@ void runInputs(const Options& options, Host& host) {
 }
 
 int runCommands(const Options& options) {
-    qvplatform::prepareConsole();
-    setOutputHook(showDiagnostics);
     Host host(options);
     Application application(host);
     if (options.action != Options::Action::prompt) {
@@ -81,14 +80,17 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "qv: %s\n\n%s", error.c_str(), usage().c_str());
         return wrongUsage;
     }
+    qvplatform::prepareConsole();
+    setOutputHook(showDiagnostics);
     int status = 0;
     if (options.action == Options::Action::help) {
         std::fputs(usage().c_str(), stdout);
     } else if (options.action == Options::Action::version) {
         std::printf("qv %s, %s\n", QV_VERSION, qvAppBase::versionTag());
     } else if (options.action == Options::Action::eval) {
-        qvplatform::prepareConsole();
         status = runEval(options.inputs);
+    } else if (options.action == Options::Action::material) {
+        status = runMaterial(options.inputs);
     } else {
         status = runCommands(options);
     }

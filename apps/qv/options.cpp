@@ -1,5 +1,6 @@
 #include "apps/qv/options.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
@@ -23,6 +24,15 @@ bool chooseAction(Options& options, Action action) {
     return true;
 }
 
+// A subcommand reads all arguments that follow.
+template <Action action>
+bool chooseSubcommand(Options& options, const std::vector<std::string>& arguments, size_t& next) {
+    if (!chooseAction(options, action)) return false;
+    options.inputs.assign(arguments.begin() + static_cast<std::ptrdiff_t>(next), arguments.end());
+    next = arguments.size();
+    return true;
+}
+
 const Word words[] = {
     {"run", " FILE...", "execute command files; \"-\" is standard input",
      [](Options& options, const std::vector<std::string>&, size_t&) {
@@ -35,13 +45,9 @@ const Word words[] = {
          return true;
      }},
     {"eval", " FORMULA...", "evaluate formulas; \"qv eval --help\" tells more",
-     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
-         if (!chooseAction(options, Action::eval)) return false;
-         options.inputs.assign(arguments.begin() + static_cast<std::ptrdiff_t>(next),
-                               arguments.end());
-         next = arguments.size();
-         return true;
-     }},
+     chooseSubcommand<Action::eval>},
+    {"material", " FILE...", "ask a material file; \"qv material --help\" tells more",
+     chooseSubcommand<Action::material>},
     {"--stop-on-error", "", "stop at the first statement that fails",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return options.stopOnError = true;
@@ -54,13 +60,13 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::version);
      }},
-    {"help", " [eval]", "print this help, or that of eval",
+    {"help", " [eval|material]", "print this help, or that of eval or material",
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
-         if (next == arguments.size() || arguments[next] != "eval")
-             return chooseAction(options, Action::help);
+         const std::string of = next < arguments.size() ? arguments[next] : "";
+         if (of != "eval" && of != "material") return chooseAction(options, Action::help);
          options.inputs.assign(1, "--help");
          ++next;
-         return chooseAction(options, Action::eval);
+         return chooseAction(options, of == "eval" ? Action::eval : Action::material);
      }},
     {"--help", "", "print this help",
      [](Options& options, const std::vector<std::string>&, size_t&) {
@@ -109,10 +115,11 @@ std::string usage() {
         "usage: qv [OPTION...] run FILE...   execute command files\n"
         "       qv [OPTION...] -c TEXT       execute a text\n"
         "       qv eval FORMULA...           a calculator\n"
+        "       qv material FILE NAME        what a material is like\n"
         "       qv [OPTION...]               type commands; end with Ctrl-D or \"quit\"\n\n";
     for (const Word& word : words) {
         std::string left = std::string("  ") + word.name + word.argument;
-        left.resize(22, ' ');
+        left.resize(std::max<std::size_t>(22, left.size() + 1), ' ');
         text += left + word.help + "\n";
     }
     return text +

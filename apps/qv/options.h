@@ -4,10 +4,10 @@
 
 /// What the command line asks for.
 struct Options {
-    enum class Action { prompt, files, text, eval, help, version };
+    enum class Action { prompt, files, text, eval, material, help, version };
 
     Action action = Action::prompt;
-    /// The files of `run`, the texts of -c, or all that follows `eval`.
+    /// The files of `run`, the texts of -c, or all that follows `eval` or `material`.
     std::vector<std::string> inputs;
     bool stopOnError = false;
     bool echo = false;

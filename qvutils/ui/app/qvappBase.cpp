@@ -45,6 +45,8 @@ void qvAppBase::OnPublish() {
     PublishFn("setwdir", &qvAppBase::SetWorkingDirectory, "(dirpath): set working directory");
     PublishFn("getwdir", &qvAppBase::GetWorkingDirectory,
               "(): get working directory (stored in wdir)");
+    PublishFn("material", &qvAppBase::material,
+              "( filename, name ): a material of a material file, for its index and the like");
 }
 
 std::string qvAppBase::versionAndLicence() const {
@@ -65,4 +67,16 @@ QVString qvAppBase::GetWorkingDirectory() {
     wdir.InitOwned(std::make_shared<QVString>(path), qvKindString);
     commands_.AddGvar("wdir", wdir);
     return path;
+}
+
+qvMaterialObject* qvAppBase::material(const QVString& file, const QVString& name) {
+    std::vector<std::string> besideProjects;
+    for (const qvProjectNode* node : getProjectManager().getNodes()) {
+        const auto* project = dynamic_cast<const qvProject*>(node);
+        std::string directory = project ? project->getFilename().Chars() : "";
+        while (!directory.empty() && !qvplatform::isPathSeparator(directory.back()))
+            directory.pop_back();
+        if (!directory.empty()) besideProjects.push_back(directory);
+    }
+    return materials_.find(file.Chars(), name.Chars(), besideProjects);
 }

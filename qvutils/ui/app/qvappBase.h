@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 
+#include "qvutils/common/materialobject/materialobject.h"
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/ui/app/qvcommandobject.h"
@@ -36,8 +37,13 @@ public:
     /// Also defines the global variable wdir.
     QVString GetWorkingDirectory();
 
+    /// The object of a material, always the same for a file and a name. The file is looked for
+    /// beside the open projects too. Null with an error posted.
+    qvMaterialObject* material(const QVString& file, const QVString& name);
+
 private:
     std::string name_;
     std::string version_;
     qvCommandObject& commands_;
+    qvMaterialShelf materials_;
 };
