@@ -91,8 +91,9 @@ const char* parseHeader(std::string_view text, std::string& name, std::string& b
 /// Keeps a file open and known to the thread as the one that is being read.
 class Opened {
 public:
+    /// An empty path opens nothing.
     explicit Opened(const std::string& path) : path_(path) {
-        file = qvplatform::fileSystem().open(path, "rb");
+        file = path.empty() ? nullptr : qvplatform::fileSystem().open(path, "rb");
         if (file) readingState().files.push_back({file, &path_});
     }
     ~Opened() {
@@ -154,8 +155,10 @@ bool qvMaterialLoader::goOnAfterItem(Reader& in) {
 
 bool qvMaterialLoader::loadFile(const std::string& path, const std::string& includeLine) {
     qvplatform::FileSystem& files = qvplatform::fileSystem();
-    contents_.files.push_back({path, files.status(path).modified});
-    Opened opened(path);
+    const qvplatform::FileStatus status = files.status(path);
+    contents_.files.push_back({path, status.modified});
+    errno = status.exists() && !status.isFile() ? EINVAL : ENOENT;
+    Opened opened(status.isFile() ? path : "");
     if (!opened.file) {
         qverr().setf(500, "Could not open material file %s: %s\n", path.c_str(),
                      qvplatform::errorText(errno).c_str());
