@@ -42,7 +42,7 @@ bool UserDefFunction::Prepare() {
         sound = spline->Load(rows.data(), static_cast<int>(rows.size()), name.Chars(), false);
         spline_ = spline;
     }
-    yLimits = !(yMin == -noLimit && yMax == noLimit);
+    yLimits = hasYRange();
     prepared_ = true;
     return sound;
 }

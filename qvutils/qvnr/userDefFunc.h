@@ -79,6 +79,8 @@ public:
 private:
     class BlockReader;
 
+    bool hasYRange() const { return !(yMin == -noLimit && yMax == noLimit); }
+
     bool prepared_;
     /// Shared by copies; nobody changes it.
     std::shared_ptr<const CSpline> spline_;

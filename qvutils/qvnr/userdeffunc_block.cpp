@@ -116,7 +116,7 @@ void UserDefFunction::WriteTB(TextBlock& block) const {
     const bool spline = functionType == cubicSpline;
     block.StartWrite(tbSig, name.Chars(), nullptr);
     block.writeline("%d %d %d %d \t\t", functionType, spline ? getDataSize() : getCoefCount(),
-                    xLimits ? 1 : 0, yLimits ? 1 : 0);
+                    xLimits ? 1 : 0, hasYRange() ? 1 : 0);
     block.writeline("%5.7g %5.7g %5.7g %5.7g \t\t", xMin, xMax, yMin, yMax);
     for (int i = 0; !spline && i < getCoefCount(); ++i) block.writeline("%5.7g \t", coefs[i]);
     for (int i = 0; spline && i < getDataSize(); ++i) {

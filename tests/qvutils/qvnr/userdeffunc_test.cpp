@@ -146,8 +146,9 @@ TEST_F(UserDefFuncTest, blocks_round_trip_with_seven_digits) {
     f.Init();
     addData({0.5, 1, 2.123456789}, 3);
     f.yMin = -1;
+    const std::string text = written();  // with the limit, prepared or not
     f.Prepare();
-    const std::string text = written();
+    EXPECT_EQ(written(), text);
     ASSERT_TRUE(read(text)) << error();
     EXPECT_EQ(f.xData[2], 2.123457);
     EXPECT_TRUE(f.yLimits);
