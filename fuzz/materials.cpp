@@ -30,7 +30,7 @@ public:
     }
     ~OneFile() override { FileSystem::remove(path_); }
 
-    void write(const std::string& text) {
+    void put(const std::string& text) {
         FILE* file = FileSystem::open(path_, "wb");
         check(file && FileSystem::write(file, text.data(), text.size()) && close(file));
     }
@@ -54,7 +54,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static OneFile files;
-    files.write(std::string(reinterpret_cast<const char*>(data), size));
+    files.put(std::string(reinterpret_cast<const char*>(data), size));
     qvplatform::FileSystem* before = qvplatform::setFileSystem(&files);
     const qvOutputHook output = setOutputHook([](int, const char*) {});
     qverr().reset();
