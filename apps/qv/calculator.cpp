@@ -7,6 +7,7 @@
 #include "apps/qv/input.h"
 #include "apps/qv/lineedit.h"
 #include "qvutils/common/platform/console.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/common/text/qvnumber.h"
 
 namespace {
@@ -60,6 +61,7 @@ void Calculator<T>::converse() {
     std::string line;
     while (editor.read("= ", line) && line != "quit" && line != "exit") {
         editor.remember(line);
+        const qvRunSignal running;
         runLine(line);
     }
 }

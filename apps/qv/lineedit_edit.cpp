@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "apps/qv/lineedit.h"
+#include "qvutils/common/tasks/runsignal.h"
 
 namespace {
 
@@ -81,7 +82,8 @@ void useUtf8() {
 
 LineEditor::LineEditor(Completer completer, const std::vector<std::string>& lines) {
     useUtf8();
-    std::signal(SIGINT, [](int) {});
+    // Ctrl-C stops what runs: its owner holds a qvRunSignal.
+    std::signal(SIGINT, [](int) { qvRunSignal::requestQuietKill(); });
     editing.completer = std::move(completer);
     editing.history = history_init();
     HistEvent event;

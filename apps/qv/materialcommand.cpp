@@ -10,6 +10,8 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/materialobject/materialref.h"
 #include "qvutils/common/materials/materialfiles.h"
+#include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/process.h"
 
 namespace {
 
@@ -52,6 +54,12 @@ bool query(Materbase& base, const MaterialOptions& options) {
     return writeResults(sheet, options) && well;
 }
 
+// A path below the working directory is shown as one relative to it.
+std::string shownPath(const std::string& path) {
+    const std::string directory = qvplatform::joinPath(qvplatform::currentDirectory(), "");
+    return path.starts_with(directory) ? path.substr(directory.size()) : path;
+}
+
 // One line for each mistake, for editors to jump to.
 bool checkFile(const MaterialOptions& options) {
     const std::string path = qvFindMaterialFile(options.file);
@@ -61,7 +69,7 @@ bool checkFile(const MaterialOptions& options) {
     }
     const std::vector<qvMaterialMistake> mistakes = qvCheckMaterialFile(path.c_str());
     for (const qvMaterialMistake& mistake : mistakes) {
-        std::string line = mistake.file + ":" + std::to_string(mistake.line) + ": ";
+        std::string line = shownPath(mistake.file) + ":" + std::to_string(mistake.line) + ": ";
         for (char c : mistake.message) {
             const bool isBlank = static_cast<unsigned char>(c) <= ' ';
             if (!isBlank || line.back() != ' ') line += isBlank ? ' ' : c;
@@ -69,7 +77,7 @@ bool checkFile(const MaterialOptions& options) {
         while (line.back() == ' ') line.pop_back();
         std::printf("%s\n", line.c_str());
     }
-    if (mistakes.empty()) std::printf("%s: no mistakes\n", path.c_str());
+    if (mistakes.empty()) std::printf("%s: no mistakes\n", shownPath(path).c_str());
     return mistakes.empty();
 }
 

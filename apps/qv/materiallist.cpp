@@ -34,13 +34,19 @@ std::string number(double value) {
     return qvShortestText(value).Chars();
 }
 
+std::string roundedNumber(double value) {
+    char text[qvNumberTextSize];
+    return {text, qvFormatG(text, value, 6)};
+}
+
 // A range is written as LO:HI, without a limit that is infinite.
-std::string cellText(const Summary& summary, const Column& column) {
+std::string cellText(const Summary& summary, const Column& column,
+                     std::string (*numberText)(double)) {
     if (column.text) return oneLine(summary.*column.text);
     const Range& range = summary.*column.range;
     if (!range) return "";
-    return (std::isinf(range->low) ? "" : number(range->low)) + ":" +
-           (std::isinf(range->high) ? "" : number(range->high));
+    return (std::isinf(range->low) ? "" : numberText(range->low)) + ":" +
+           (std::isinf(range->high) ? "" : numberText(range->high));
 }
 
 std::string cellJson(const Summary& summary, const Column& column) {
@@ -57,7 +63,7 @@ void writeCsv(const std::vector<Summary>& materials) {
     out << "\n";
     for (const Summary& material : materials) {
         for (const Column& column : columns)
-            out << (&column != columns ? "," : "") << csvField(cellText(material, column));
+            out << (&column != columns ? "," : "") << csvField(cellText(material, column, number));
         out << "\n";
     }
 }
@@ -80,7 +86,7 @@ void writeAligned(const std::vector<Summary>& materials) {
     std::vector<std::string> lines(materials.size() + 1);
     for (const Column& column : columns) {
         std::vector<std::string> cells = {column.name};
-        for (const Summary& material : materials) cells.push_back(cellText(material, column));
+        for (const Summary& material : materials) cells.push_back(cellText(material, column, roundedNumber));
         const auto isEmpty = [](const std::string& cell) { return cell.empty(); };
         if (std::all_of(cells.begin() + 1, cells.end(), isEmpty)) continue;
         std::size_t width = 0;

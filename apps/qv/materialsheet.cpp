@@ -8,6 +8,7 @@
 #include "apps/qv/formulasheet.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/materials/materb.h"
+#include "qvutils/common/text/qvnumber.h"
 
 namespace {
 
@@ -81,7 +82,7 @@ void MaterialSheet::show(const qvMaterialQuantity& quantity) {
     const auto isShown = [&](const TableColumn& column) { return column.name == quantity.name; };
     if (std::any_of(columns_.begin(), columns_.end(), isShown)) return;
     if (quantity.needsDensity && options_.N.empty()) {
-        tell(std::string(quantity.name) + " needs --N", 1);
+        tell({std::string(quantity.name) + " needs --N"});
         return;
     }
     add(quantity, valuesOf(quantity));
@@ -97,12 +98,12 @@ void MaterialSheet::add(const qvMaterialQuantity& quantity, Values&& values) {
 
 MaterialSheet::Values MaterialSheet::valuesOf(const qvMaterialQuantity& quantity) {
     Values values;
-    std::string message;
-    std::size_t failures = 0;
+    Failures failures;
     for (std::size_t row = 0; row < rows_; ++row) {
         std::complex<double> value = quantity.value(material_, point(row));
         if (qverr()) {
-            if (failures++ == 0) message = qverr().chars();
+            if (failures.count++ == 0) failures.firstRow = row;
+            if (failures.count == 1) failures.message = qverr().chars();
             qverr().reset();
             value = {std::numeric_limits<double>::quiet_NaN(), 0};
             if (quantity.isComplex) value.imag(value.real());
@@ -112,7 +113,7 @@ MaterialSheet::Values MaterialSheet::valuesOf(const qvMaterialQuantity& quantity
         else
             values.real.push_back(value.real());
     }
-    if (failures > 0) tell(message, failures);
+    if (failures.count > 0) tell(failures);
     return values;
 }
 
@@ -156,12 +157,17 @@ qvMaterialPoint MaterialSheet::point(std::size_t row) const {
     return {at(1), at(2), at(0), at(3), at(4)};
 }
 
-void MaterialSheet::tell(const std::string& message, std::size_t failures) {
+void MaterialSheet::tell(const Failures& failures) {
     well_ = false;
-    if (!told_.insert(message).second) return;
-    std::string text = message;
+    if (!told_.insert(failures.message).second) return;
+    std::string text = failures.message;
     while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    if (failures > 1) text += " (and " + std::to_string(failures - 1) + " more)";
+    if (rows_ > 1 && failures.count > 0) {
+        const TableColumn& column = columns_[running_];
+        std::string place = column.name + " = " + qvShortestText(column[failures.firstRow]).Chars();
+        if (failures.count > 1) place += " and " + std::to_string(failures.count - 1) + " more";
+        text = "at " + place + ": " + text;
+    }
     tellError(text);
 }
 

@@ -33,13 +33,20 @@ private:
         std::vector<std::complex<double>> complex;
     };
 
+    /// The points where a quantity could not be had, and why not at the first of them.
+    struct Failures {
+        std::string message;
+        std::size_t count = 0;
+        std::size_t firstRow = 0;
+    };
+
     bool readArgument(const char* name, const char* unit, const std::string& text, double usual);
     void show(const qvMaterialQuantity& quantity);
     void add(const qvMaterialQuantity& quantity, Values&& values);
     Values valuesOf(const qvMaterialQuantity& quantity);
     void showElements(const qvMaterialQuantity& quantity);
     qvMaterialPoint point(std::size_t row) const;
-    void tell(const std::string& message, std::size_t failures);
+    void tell(const Failures& failures);
 
     const MaterB& material_;
     const MaterialOptions& options_;

@@ -8,6 +8,7 @@
 #include "apps/qv/shorthand.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 namespace {
@@ -103,7 +104,7 @@ void Prompt::run() {
         history.load());
     editor_ = &editor;
     host_.hidePlaces();
-    std::printf("qv: commands act on \"app\"; try \"help app\". Ctrl-D or \"quit\" leaves.\n");
+    std::printf("qv: commands act on \"app\"; try \"help app\". Ctrl-C stops a command, Ctrl-D or \"quit\" leaves.\n");
 
     std::string typed;
     for (int number = 1;; ++number) {
@@ -119,6 +120,7 @@ void Prompt::run() {
         std::string command;
         std::string error;
         if (expandShorthand(line, command, error)) {
+            const qvRunSignal running;
             host_.run("prompt", command.c_str(), number);
         } else {
             std::fprintf(stderr, "%s\n", error.c_str());

@@ -86,8 +86,8 @@ constexpr auto eps = &MaterB::aniEpsRot;
 constexpr auto mu = &MaterB::getAniMuFull;
 
 constexpr qvMaterialQuantity table[] = {
-    plain("nr", "", "refractive index", scalar<&MaterB::nr>),
-    plain("n", "", "refractive index", scalar<&MaterB::nr>),
+    plain("nr", "", "refractive index, of a tensor that along x", scalar<&MaterB::nr>),
+    plain("n", "", "refractive index, of a tensor that along x", scalar<&MaterB::nr>),
     axis("nxx", "", "n", 0, element<index, 0>),
     axis("nyy", "", "n", 1, element<index, 1>),
     axis("nzz", "", "n", 2, element<index, 2>),
@@ -102,7 +102,7 @@ constexpr qvMaterialQuantity table[] = {
     axis("alphazz", "1/cm", "alpha", 2, element<loss, 2>),
     plain("ng", "", "group index", scalar<&MaterB::ng>),
 
-    complexOne("eps", "relative permittivity", firstElement<&MaterB::eps>),
+    complexOne("eps", "relative permittivity, of a tensor its xx", firstElement<&MaterB::eps>),
     full<eps, 0, 0>("epsxx", "eps"),
     full<eps, 0, 1>("epsxy", "eps"),
     full<eps, 0, 2>("epsxz", "eps"),
@@ -112,7 +112,7 @@ constexpr qvMaterialQuantity table[] = {
     full<eps, 2, 0>("epszx", "eps"),
     full<eps, 2, 1>("epszy", "eps"),
     full<eps, 2, 2>("epszz", "eps"),
-    complexOne("mu", "relative permeability", firstElement<&MaterB::mu>),
+    complexOne("mu", "relative permeability, of a tensor its xx", firstElement<&MaterB::mu>),
     full<mu, 0, 0>("muxx", "mu"),
     full<mu, 0, 1>("muxy", "mu"),
     full<mu, 0, 2>("muxz", "mu"),
