@@ -45,7 +45,8 @@ std::int64_t qvTask::AdaptiveStride::Stride(std::int64_t n, int granularity, int
     workers = std::max(workers, 1);
     // At first, small enough parts for the last ones to even out what the others left uneven.
     if (!stride_) stride_ = std::max<std::int64_t>(n / (8 * workers), 1);
-    if (++calls_ % callsBetween != 0 || ticks_ <= 0) return stride_;
+    calls_ = (calls_ + 1) % callsBetween;
+    if (calls_ != 0 || ticks_ <= 0) return stride_;
     const double granules = double(std::max<std::int64_t>(n / std::max(granularity, 1), 1));
     const double microseconds = ticks_ * 1e6 / ticksPerSecond / granules;
     const double stride = std::max(1.0, 10 * tuning / microseconds + 0.99);

@@ -43,8 +43,9 @@ public:
     /// Starts `count` workers; below 1, as many as qvGetNumLogicalProcessors() tells. False when
     /// workers run already, or when none could be started. Posts to qverr() how many could not be.
     static bool StartWorkerThreads(int count = 0);
-    /// Workers finish the task at hand and end; what is still queued is left to Sync. Waits for
-    /// them at most so long, then posts to qverr() and leaves those that still run to themselves.
+    /// Workers finish what they have taken, a part of a loop or up to 8 tasks, and end; the rest is
+    /// left to Sync. Waits for them at most so long, then posts to qverr() and leaves those that
+    /// still run to themselves.
     static void StopWorkerThreads(double seconds = 10);
     static int getNumWorkerThreads();
 
@@ -65,8 +66,8 @@ public:
     static bool IsTop();
 
     /// Asks the task to stop: no part of it that has not begun is run, Sync returns when those that
-    /// have are done, and posts "%s was cancelled". Any thread may call it. It holds for the run
-    /// that is in progress; spawning the task again takes it back.
+    /// have are done, and posts "%s was cancelled". Any thread may call it. It holds until all runs
+    /// of the task have ended; spawning the task after that takes it back.
     void Cancel() { cancel_.store(true, std::memory_order_relaxed); }
     bool IsCancelled() const { return cancel_.load(std::memory_order_relaxed); }
     /// For long-running tasks to ask between their steps: true when the task that this thread runs

@@ -30,6 +30,11 @@ bool qvRunSignal::isRunning() { return held > 0; }
 
 void qvRunSignal::requestKill() {
     lprintf("Kill pressed\n");
+    requestQuietKill();
+}
+
+void qvRunSignal::requestQuietKill() {
+    static_assert(std::atomic<bool>::is_always_lock_free);
     kill = true;
 }
 

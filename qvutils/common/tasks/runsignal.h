@@ -17,6 +17,8 @@ public:
     /// Asks the running operation to stop: logs "Kill pressed\n". Without effect when nothing runs.
     /// May be called on any thread.
     static void requestKill();
+    /// The same without the log, as a handler of the system's signals may call it.
+    static void requestQuietKill();
     /// For long operations to look at between their steps.
     static bool killRequested();
 

@@ -237,17 +237,21 @@ void qvTaskRun::shareLoop(qvLoopRun& loop, std::int64_t helpers) {
     loop.help(qvHelper::spawner);
 }
 
-bool qvTaskRun::sync(Error& error) {
-    if (!hasSpawned()) return true;
-    const ErrorAside aside;
+/// Runs all that no other thread takes.
+void qvTaskRun::helpSpawned() {
     qvSeat seat;
     const bool seated = takeSeat(seat);
     if (!seated) waitForSeat(seat, tasks_ ? tasks_->slot() : loops_.back()->slot());
-    {
-        const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
-        for (const auto& loop : loops_) loop->help(qvHelper::spawner);
-        if (tasks_) tasks_->help(qvHelper::spawner);
-    }
+    const qvTimeSpan span(&qvTaskTimers::running, isOutsideTasks());
+    for (const auto& loop : loops_) loop->help(qvHelper::spawner);
+    if (tasks_) tasks_->help(qvHelper::spawner);
+}
+
+bool qvTaskRun::sync(Error& error) {
+    if (!hasSpawned()) return true;
+    const ErrorAside aside;
+    // The seat is free again while this thread only waits: what it waits for may need more workers.
+    helpSpawned();
     // All have to be waited for, whatever becomes of one.
     bool fine = true;
     for (const auto& loop : loops_) fine &= closeInto(error, *loop);

@@ -103,6 +103,8 @@ private:
     void syncAtEnd();
     bool takeSeat(class qvSeat& seat) const;
     void shareLoop(qvLoopRun& loop, std::int64_t helpers);
+    void helpSpawned();
+
     qvTask* const task_ = nullptr;
     const qvTaskRun* const spawner_ = nullptr;
     qvTaskRun* const outer_ = nullptr;

@@ -367,6 +367,26 @@ TEST(NestedTasks, a_task_waits_for_what_it_spawned_and_hands_on_its_error) {
     qverr().reset();
 }
 
+TEST(NestedTasks, get_every_worker_while_the_application_waits) {
+    const Workers workers(2);
+    std::atomic<bool> begun = false;
+    Gauge gauge;
+    Loop loop([&](int, int, int) {
+        gauge.inside([&] {
+            for (int i = 0; i < 5000 && gauge.most() < 2; ++i) qvplatform::sleepMicroseconds(100);
+        });
+    });
+    Task task([&] {
+        begun = true;
+        qvplatform::sleepMicroseconds(30'000);  // until the application is in Sync
+        qvTask::SpawnLoopSync(&loop, 0, 1, 1, qverr());
+    });
+    qvTask::Spawn(&task, qverr());
+    await([&] { return begun.load(); });
+    EXPECT_TRUE(qvTask::Sync());
+    EXPECT_EQ(gauge.most(), 2);
+}
+
 TEST(Workers, several_threads_of_the_application_share_them) {
     const Workers workers(2);
     std::vector<std::thread> threads;
