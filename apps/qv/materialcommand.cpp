@@ -27,11 +27,7 @@ bool tellPending() {
 
 bool writeResults(const MaterialSheet& sheet, const MaterialOptions& options) {
     bool well = true;
-    if (!options.plot.empty()) {
-        std::vector<TableColumn> curves = sheet.results();
-        curves.insert(curves.begin(), sheet.runningColumn());
-        well = drawColumns(options.plot, curves, sheet.rows());
-    }
+    if (!options.plot.empty()) well = drawColumns(options.plot, sheet.curves(), sheet.rows());
     if (options.hasFormat && options.format == TableFormat::json) {
         writeJsonObjects(sheet.columns(), sheet.rows());
     } else if (options.hasFormat || options.plot.empty()) {
@@ -50,7 +46,7 @@ bool query(Materbase& base, const MaterialOptions& options) {
         return false;
     }
     const bool well = sheet.evaluate();
-    if (sheet.results().empty()) return false;
+    if (sheet.empty()) return false;
     return writeResults(sheet, options) && well;
 }
 

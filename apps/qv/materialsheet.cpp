@@ -31,7 +31,7 @@ bool MaterialSheet::readPoints() {
                   " has no reference wavelength");
         return false;
     }
-    if (!readArgument("lambda", "um", options_.lambda, lambdaRef) ||
+    if (!readArgument("lambda", "µm", options_.lambda, lambdaRef) ||
         !readArgument("mx", "", options_.mx, 0) || !readArgument("my", "", options_.my, 0) ||
         !readArgument("T", "K", options_.T, material_.getTempRef()) ||
         !readArgument("N", "1e18/cm^3", options_.N, 0)) {
@@ -144,6 +144,7 @@ void MaterialSheet::showElements(const qvMaterialQuantity& quantity) {
         if (!onDiagonal && !element.isZero) anisotropic = true;
     }
     if (!anisotropic) return;
+    wholes_.insert(columns_.size() - 1);
     for (Element& element : elements) {
         if (!element.isZero || element.quantity->row == element.quantity->column)
             add(*element.quantity, std::move(element.values));
@@ -171,6 +172,9 @@ void MaterialSheet::tell(const Failures& failures) {
     tellError(text);
 }
 
-std::vector<TableColumn> MaterialSheet::results() const {
-    return {columns_.begin() + static_cast<std::ptrdiff_t>(firstResult_), columns_.end()};
+std::vector<TableColumn> MaterialSheet::curves() const {
+    std::vector<TableColumn> curves = {columns_[running_]};
+    for (std::size_t i = firstResult_; i < columns_.size(); ++i)
+        if (wholes_.count(i) == 0) curves.push_back(columns_[i]);
+    return curves;
 }

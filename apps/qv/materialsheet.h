@@ -21,10 +21,11 @@ public:
 
     /// lambda, mx, my and T, then N when it was given, then the quantities.
     const std::vector<TableColumn>& columns() const { return columns_; }
-    /// The column that runs through values.
-    const TableColumn& runningColumn() const { return columns_[running_]; }
-    /// The quantities alone.
-    std::vector<TableColumn> results() const;
+    /// There is nothing to show.
+    bool empty() const { return columns_.size() == firstResult_; }
+    /// The column that runs through values and the quantities to be drawn over it: of a tensor its
+    /// elements alone.
+    std::vector<TableColumn> curves() const;
     std::size_t rows() const { return rows_; }
 
 private:
@@ -53,6 +54,8 @@ private:
     std::deque<std::vector<double>> arguments_;
     std::deque<Values> values_;
     std::vector<TableColumn> columns_;
+    /// Which columns have the elements of the same tensor after them.
+    std::set<std::size_t> wholes_;
     std::set<std::string> told_;
     std::size_t firstResult_ = 0;
     std::size_t running_ = 0;

@@ -70,8 +70,8 @@ expect(STATUS 1 ERR "qv: undefined variable \"red\"\nred\n\\^~~\n" ARGS material
 # Charts.
 expect(STATUS 0 ARGS material simple.mat Glass --lambda 0.5:2:0.5 --show n,alpha --plot glass.svg)
 file(READ ${WORK}/glass.svg chart)
-if(NOT chart MATCHES "^<svg .*<path.*<path.*</svg>\n$" OR NOT chart MATCHES "lambda \\(um\\)"
-   OR NOT chart MATCHES "alpha \\(1/cm\\)")
+if(NOT chart MATCHES "^<svg .*<path.*lambda \\(µm\\).*<path.*lambda \\(µm\\).*</svg>\n$"
+   OR NOT chart MATCHES "alpha \\(1/cm\\)" OR NOT chart MATCHES "height=\"960\"")
     message(SEND_ERROR "no chart:\n${chart}")
 endif()
 expect(STATUS 1 ERR "qv: --plot needs [^\n]*\n" ARGS material simple.mat Glass --plot glass.svg)

@@ -165,6 +165,14 @@ void qvSvgDocument::closeGroup() {
     --openGroups_;
 }
 
+void qvSvgDocument::add(const qvSvgDocument& other, double x, double y) {
+    const std::string place = "translate(" + qvSvgNumber(x) + " " + qvSvgNumber(y) + ")";
+    openGroup(place.c_str());
+    body_ += other.body_;
+    for (int i = 0; i < other.openGroups_; ++i) body_ += "</g>\n";
+    closeGroup();
+}
+
 std::string qvSvgDocument::text() const {
     const std::string width = qvSvgNumber(width_);
     const std::string height = qvSvgNumber(height_);

@@ -83,6 +83,9 @@ public:
     /// `y` is the base line of the text.
     void text(double x, double y, QVText text, const qvSvgFont& font);
 
+    /// Draws all of another document with its upper left corner at (x, y).
+    void add(const qvSvgDocument& other, double x, double y);
+
     /// Groups nest; those left open are closed at the end. A transform is written as SVG says
     /// ("translate(10 20)").
     void openGroup(QVText transform = "");
