@@ -237,6 +237,20 @@ TEST_F(MaterialLibrary, HasGainOnlyWhereItIsMeant) {
     });
 }
 
+TEST_F(MaterialLibrary, IsListedInItsDocument) {
+    std::ifstream in(QV_DOCS "/materials-library.md");
+    std::stringstream text;
+    text << in.rdbuf();
+    std::string words = text.str().substr(text.str().find("## The materials"));
+    std::replace(words.begin(), words.end(), '\n', ' ');
+    for (const std::string& file : libraryFiles()) {
+        std::string list = " `" + file + "`:";
+        for (int i = 0; base(file) && i < base(file)->getNMaterials(); ++i)
+            list += std::string(i ? ", " : " ") + base(file)->getMaterial(i)->getName();
+        EXPECT_NE(words.find(list + "."), words.npos) << list;
+    }
+}
+
 TEST_F(MaterialLibrary, GivesTheSameMaterialBySameName) {
     std::map<std::string, double> seen;
     forEach([&](const std::string&, const MaterB& own) {
