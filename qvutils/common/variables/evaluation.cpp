@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/common/text/qvnumber.h"
 #include "qvutils/common/variables/definition.h"
 #include "qvutils/common/variables/namespacelock.h"
@@ -76,6 +77,9 @@ void qvEvaluation::run(qvNamedVariable& variable) {
         if (!path_.empty()) path_.back().low = std::min(path_.back().low, done.low);
         finish(done);
     }
+    for (qvNamedVariable* v : stopped_) {
+        if (!v->plain_) v->stamp_.store(0, std::memory_order_release);
+    }
     for (qvNameSpace* s = variable.space_; s; s = s->parent_) --s->computing_;
 }
 
@@ -138,7 +142,10 @@ void qvEvaluation::store(qvNamedVariable& variable, const std::complex<double>& 
                          std::uint64_t time) {
     variable.evaluation_ = nullptr;
     // A function that the formula calls may have made it a plain value.
-    if (!variable.plain_) variable.publish(value, 2 * time);
+    if (variable.plain_) return;
+    variable.publish(value, 2 * time);
+    // A formula that was stopped, or uses one that was, has no value yet.
+    if (qvRunSignal::killRequested()) stopped_.push_back(&variable);
 }
 
 void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {

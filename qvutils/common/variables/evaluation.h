@@ -35,6 +35,7 @@ private:
 
     std::vector<Frame> path_;
     std::vector<qvNamedVariable*> pending_;  ///< entered, and not known to be in no circle
+    std::vector<qvNamedVariable*> stopped_;  ///< whose values hold for this reading only
     int entered_ = 0;
     QVString warnings_;
 };

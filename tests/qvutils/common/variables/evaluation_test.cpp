@@ -5,6 +5,7 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/common/variables/qvnamespace.h"
 #include "tests/support/captured_output.h"
 
@@ -126,6 +127,20 @@ TEST_F(Evaluation, huge_formulas_and_thousands_of_mistakes_take_linear_time) {
     for (int i = 0; i < 20000; ++i) add(("x" + std::to_string(i)).c_str(), "lost");
     EXPECT_EQ(v->GetValue(), 0.0);
     EXPECT_EQ(QVString(warnings().c_str()).Freq("could not be evaluated"), 20001);
+}
+
+TEST_F(Evaluation, what_was_stopped_is_computed_when_it_is_read_again) {
+    add("total", "sum(i=1:10000, 1)");
+    add("mean", "total/100");
+    {
+        const qvRunSignal running;
+        qvRunSignal::requestKill();
+        EXPECT_EQ(value("mean"), 0.0);
+        EXPECT_NE(warnings().find("could not be evaluated: evaluation stopped"), std::string::npos);
+    }
+    EXPECT_EQ(value("mean"), 100.0);
+    EXPECT_EQ(value("total"), 10000.0);
+    EXPECT_EQ(warnings(), "");
 }
 
 TEST_F(Evaluation, only_what_a_reading_needs_is_computed) {
