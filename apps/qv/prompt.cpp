@@ -104,7 +104,9 @@ void Prompt::run() {
         history.load());
     editor_ = &editor;
     host_.hidePlaces();
-    std::printf("qv: commands act on \"app\"; try \"help app\". Ctrl-C stops a command, Ctrl-D or \"quit\" leaves.\n");
+    std::printf(
+        "qv: commands act on \"app\"; try \"help app\". Ctrl-C stops a formula, Ctrl-D or \"quit\" "
+        "leaves.\n");
 
     std::string typed;
     for (int number = 1;; ++number) {
