@@ -39,10 +39,14 @@ struct IndexModelName {
 
 QVString permittivityName(const qvmaterial::Permittivity& eps) {
     switch (eps.model.index()) {
-        case 1: return "PERMITTIVITY_EXPRESSION";
-        case 2: return "PERMITTIVITY_DEBYE";
-        case 3: return "PERMITTIVITY_DRUDELORENTZ";
-        default: break;
+        case 1:
+            return "PERMITTIVITY_EXPRESSION";
+        case 2:
+            return "PERMITTIVITY_DEBYE";
+        case 3:
+            return "PERMITTIVITY_DRUDELORENTZ";
+        default:
+            break;
     }
     if (!eps.poly.defined()) return "PERMITT_ANI_TENSOR";
     return eps.poly.x[0].defined()   ? "PERMITTIVITY_POLYX"
@@ -67,8 +71,7 @@ const char* labelOf(const qvmaterial::Composition& composition, const char* mode
 
 }  // namespace
 
-MaterB::MaterB(const char* name)
-    : name_(name), keeper_(emptyData()), current_(keeper_.get()) {}
+MaterB::MaterB(const char* name) : name_(name), keeper_(emptyData()), current_(keeper_.get()) {}
 
 MaterB::~MaterB() = default;
 
@@ -119,6 +122,7 @@ void MaterB::Complete() {
         return;
     }
     given_.clear();
+    draft_->prepare();
     publish(std::shared_ptr<const MaterialData>(std::move(draft_)));
 }
 
@@ -145,6 +149,7 @@ bool MaterB::ReadDef(const char* keyword, FILE* file) {
 bool MaterB::setOrientation(const char* text) {
     auto data = std::make_shared<MaterialData>(*keeper_);
     if (!qvmaterial::parseOrientation(text, *data)) return false;
+    data->prepare();
     publish(std::move(data));
     return true;
 }

@@ -155,7 +155,7 @@ private:
     Materbase* owner_ = nullptr;
     std::unique_ptr<qvmaterial::MaterialData> draft_;
     DataPtr keeper_;
-    /// Contents that a query of the publishing thread itself may still read.
+    /// Earlier contents that a query may still read.
     std::vector<DataPtr> retired_;
     std::atomic<const qvmaterial::MaterialData*> current_;
     /// Which keywords the definition that is being read has given itself.

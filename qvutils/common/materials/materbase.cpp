@@ -8,7 +8,6 @@
 #include "qvutils/common/blocks/signature.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/common/materials/materhooks.h"
 #include "qvutils/common/materials/materialfiles.h"
 #include "qvutils/common/materials/materloader.h"
 #include "qvutils/common/platform/files.h"
@@ -37,7 +36,8 @@ MaterB* makePlainMaterial(const char* name) {
 
 std::atomic<Materbase::NewMaterFn> factory{&makePlainMaterial};
 
-/// The file of this name, or of this name in one of the usual directories; empty when there is none.
+/// The file of this name, or of this name in one of the usual directories; empty when there is
+/// none.
 std::string findFile(const char* name) {
     const std::string found = name ? qvFindMaterialFile(name) : "";
     return found.empty() ? found : qvmaterial::absolutePath(found);
@@ -60,29 +60,6 @@ std::string absolutePath(const std::string& path) {
     const bool drive = path.size() > 1 && path[1] == ':' && qvplatform::pathSeparator() == '\\';
     const bool absolute = drive || (!path.empty() && qvplatform::isPathSeparator(path[0]));
     return absolute ? path : qvplatform::joinPath(qvplatform::currentDirectory(), path);
-}
-
-std::shared_ptr<const PolyOrSplineFunc2DBase> findFunction(Materbase* base, std::string_view type,
-                                                           std::string_view name) {
-    qvMaterialLoader* loader = qvMaterialLoader::loading(base);
-    if (!loader) return nullptr;
-    Materbase::Contents::Block* block = loader->contents().findBlock(type, name, true);
-    if (!block || block->function) return block ? block->function : nullptr;
-    std::shared_ptr<PolyOrSplineFunc2DBase> function;
-    if (type == "POLY2D") {
-        function = std::make_shared<PolyFunction2D>();
-    } else {
-        function = std::make_shared<CSplineFunction2D>();
-    }
-    function->name = name;
-    function->x1Name = "mx";
-    function->x2Name = "my";
-    // The text goes on after type and name.
-    const std::string_view text = block->text;
-    const std::string_view body = text.substr(text.find(name, type.size() + 2) + name.size());
-    if (!function->ReadBody(body)) return nullptr;
-    block->function = function;
-    return function;
 }
 
 }  // namespace qvmaterial
@@ -228,9 +205,9 @@ void Materbase::refresh() {
     wlwrite(("NOTICE! reloading file altered on disk:\n  " + path_ + "\n").c_str());
     if (Reload()) return;
     const std::string why = qverr().chars_and_reset();
-    wlwrite(("WARNING: the last good contents are kept, since it could not be loaded:\n" + why +
-             "\n")
-                .c_str());
+    wlwrite(
+        ("WARNING: the last good contents are kept, since it could not be loaded:\n" + why + "\n")
+            .c_str());
 }
 
 Materbase* LoadMaterbase(const char* fileName) {

@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "qvutils/common/platform/qvexport.h"
@@ -11,13 +10,6 @@
 
 class MaterB;
 class Materbase;
-class PolyOrSplineFunc2DBase;
-
-namespace qvmaterial {
-std::shared_ptr<const PolyOrSplineFunc2DBase> findFunction(Materbase* base, std::string_view type,
-                                                           std::string_view name);
-}
-
 /// The directory where material files are looked for that are not found as named; null or empty
 /// for none. Set before files are loaded; the text is not copied.
 extern QVCORE_API char* materbaseDir;
@@ -81,8 +73,6 @@ public:
 
 private:
     friend class qvMaterialLoader;
-    friend std::shared_ptr<const PolyOrSplineFunc2DBase> qvmaterial::findFunction(
-        Materbase* base, std::string_view type, std::string_view name);
     friend Materbase* LoadMaterbase(const char* fileName);
     friend void ChangeMaterbase(Materbase*& current, const char* fileName);
     friend std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);

@@ -32,14 +32,22 @@ std::string listName(const KeywordRow& row) {
 
 const char* familyName(Family family) {
     switch (family) {
-        case Family::index: return "refractive index";
-        case Family::groupIndex: return "group index";
-        case Family::loss: return "loss";
-        case Family::permittivity: return "permittivity";
-        case Family::permeability: return "permeability";
-        case Family::diffusion: return "diffusion";
-        case Family::orientation: return "orientation";
-        default: return "gain";
+        case Family::index:
+            return "refractive index";
+        case Family::groupIndex:
+            return "group index";
+        case Family::loss:
+            return "loss";
+        case Family::permittivity:
+            return "permittivity";
+        case Family::permeability:
+            return "permeability";
+        case Family::diffusion:
+            return "diffusion";
+        case Family::orientation:
+            return "orientation";
+        default:
+            return "gain";
     }
 }
 
@@ -156,16 +164,19 @@ bool Definition::checkTensorConflicts() {
             return in.fail("Conflict between PERMITT_ANI_TENSOR and %s\n", other.keyword);
     // A model of the diagonal that differs from axis to axis.
     const auto oneForAll = [](const auto& model) {
-        if constexpr (requires { model.terms.isotropic; }) return model.terms.isotropic;
-        else if constexpr (requires { model.c.isotropic; }) return model.c.isotropic;
-        else if constexpr (requires { model.formula.isotropic; }) return model.formula.isotropic;
-        else return true;
+        if constexpr (requires { model.terms.isotropic; })
+            return model.terms.isotropic;
+        else if constexpr (requires { model.c.isotropic; })
+            return model.c.isotropic;
+        else if constexpr (requires { model.formula.isotropic; })
+            return model.formula.isotropic;
+        else
+            return true;
     };
-    const bool isotropic = m.index.poly.isotropic() && m.loss.poly.isotropic() &&
-                           m.permittivity.poly.isotropic() && m.loss.eyFraction == 1 &&
-                           std::visit(oneForAll, m.index.model) &&
-                           std::visit(oneForAll, m.loss.model) &&
-                           std::visit(oneForAll, m.permittivity.model);
+    const bool isotropic =
+        m.index.poly.isotropic() && m.loss.poly.isotropic() && m.permittivity.poly.isotropic() &&
+        m.loss.eyFraction == 1 && std::visit(oneForAll, m.index.model) &&
+        std::visit(oneForAll, m.loss.model) && std::visit(oneForAll, m.permittivity.model);
     return isotropic ||
            in.fail("conflict between PERMITT_ANI_TENSOR and other anisotropic paramters\n");
 }
@@ -177,10 +188,9 @@ bool Definition::syntaxError(const char* expected) {
 
 bool Definition::count(int least, int most, int& value) {
     if (in.number(value) && value >= least && value <= most) return true;
-    const std::string expected = least == most
-                                     ? "expected the count " + std::to_string(least)
-                                     : "expected a count from " + std::to_string(least) + " to " +
-                                           std::to_string(most);
+    const std::string expected = least == most ? "expected the count " + std::to_string(least)
+                                               : "expected a count from " + std::to_string(least) +
+                                                     " to " + std::to_string(most);
     return syntaxError(expected.c_str());
 }
 
@@ -273,7 +283,7 @@ bool Definition::function(FuncXYModel& model) {
     if (!in.word(name)) return syntaxError("expected the name of a data block");
     type = sameWord(type, "POLY2D") ? "POLY2D" : "SPLINE2D";
     model.blockName = name.c_str();
-    model.function = findFunction(material.getOwner(), type, name);
+    model.function = qvMaterialLoader::function(material.getOwner(), type, name);
     if (model.function) return true;
     if (!qverr())
         qverr().setf("Data block \"<%s> %s\" not found for %s in material %s\n", type.c_str(),

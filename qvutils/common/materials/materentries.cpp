@@ -17,8 +17,7 @@ constexpr double orientationTolerance = 2e-3;
 bool readDiagonal(Definition& d, const char* prefix, const char* message,
                   std::array<double, 3>& values, bool mayBeEmpty = false) {
     values = {};
-    return d.entries({message,
-                      [&](std::string_view name) { return hasPrefix(name, prefix); },
+    return d.entries({message, [&](std::string_view name) { return hasPrefix(name, prefix); },
                       [&](std::string_view name) {
                           int i = 0;
                           int j = 0;
@@ -46,14 +45,14 @@ bool readCoefficients(Definition& d, std::string_view letters, const char* messa
     const auto isName = [&](std::string_view name) {
         return name.size() == 3 && !sameWord(name, "END");
     };
-    const bool read = d.entries({message, isName,
-                                 [&](std::string_view name) {
-                                     unsigned i = 0;
-                                     unsigned j = 0;
-                                     return coefficientOf(name, letters, columns, i, j) &&
-                                            d.number(table[i][j]);
-                                 },
-                                 true});
+    const bool read =
+        d.entries({message, isName,
+                   [&](std::string_view name) {
+                       unsigned i = 0;
+                       unsigned j = 0;
+                       return coefficientOf(name, letters, columns, i, j) && d.number(table[i][j]);
+                   },
+                   true});
     if (read) target = table;
     return read;
 }
@@ -106,16 +105,17 @@ bool makeRotation(Matrix3& r) {
 /// The three rows of a matrix; posts an error when they are no orientation.
 bool takeMatrix(const char* text, MaterialData& data) {
     Matrix3 r{};
-    const int n = qvplatform::scan(text, " (%lf %lf %lf) (%lf %lf %lf) (%lf %lf %lf)", &r[0][0],
-                                   &r[0][1], &r[0][2], &r[1][0], &r[1][1], &r[1][2], &r[2][0],
-                                   &r[2][1], &r[2][2]);
+    const int n =
+        qvplatform::scan(text, " (%lf %lf %lf) (%lf %lf %lf) (%lf %lf %lf)", &r[0][0], &r[0][1],
+                         &r[0][2], &r[1][0], &r[1][1], &r[1][2], &r[2][0], &r[2][1], &r[2][2]);
     if (n != 9) {
         qverr().set("Expected 9 params in orientation matrix\n");
         return false;
     }
     if (!makeRotation(r)) {
-        qverr().set("orientation matrix is not a rotation: its rows have to be three "
-                    "perpendicular unit vectors that form a right-handed system\n");
+        qverr().set(
+            "orientation matrix is not a rotation: its rows have to be three "
+            "perpendicular unit vectors that form a right-handed system\n");
         return false;
     }
     data.orientation = r;
@@ -213,8 +213,9 @@ bool readImaginaryOffDiagonal(Definition& d) {
         double value = 0;
         if (!elementOf(name, "Im", i, j)) return false;
         if (i == j)
-            return d.in.fail("expected off-diagonal elements in MP_PERMITT_IMAG_OFFDIAG. Set "
-                             "diagonal elements using MP_PERMITT_ANI_TENSOR\n");
+            return d.in.fail(
+                "expected off-diagonal elements in MP_PERMITT_IMAG_OFFDIAG. Set "
+                "diagonal elements using MP_PERMITT_ANI_TENSOR\n");
         if (!d.in.number(value)) return false;
         const auto row = static_cast<unsigned>(i);
         const auto column = static_cast<unsigned>(j);

@@ -93,8 +93,8 @@ bool readSellmeier(Definition& d) {
 template <class Model, int least>
 bool readPoles(Definition& d) {
     Model model;
-    const bool read = d.perAxis(
-        model.c, [&](auto& c) { return d.fixedList(least, c.data(), Model::size); });
+    const bool read =
+        d.perAxis(model.c, [&](auto& c) { return d.fixedList(least, c.data(), Model::size); });
     if (read) d.m.index.model = model;
     return read;
 }
@@ -210,15 +210,14 @@ constexpr const char* mechanical = "Thermal and mechanical";
 constexpr const char* orientationGroup = "Orientation";
 
 const KeywordRow table[] = {
-    {"RIX_POLYX", indexGroup, Family::index, polyX, 0,
-     readIndexPoly<&Polynomials<double>::x>, "RIX_POLYX count c0 c1 ...",
-     "index: polynomial in mx", "RIX_POLYX 2  3.38 -0.56"},
-    {"RIX_POLYL", indexGroup, Family::index, polyL, 0,
-     readIndexPoly<&Polynomials<double>::l>, "RIX_POLYL count c0 c1 ...",
-     "index: polynomial in lambda - LAMBDA_REF", "RIX_POLYL 3  1.444 -0.0119 0.001"},
-    {"RIX_POLYT", indexGroup, Family::index, polyT, 0,
-     readIndexPoly<&Polynomials<double>::t>, "RIX_POLYT count c0 c1 ...",
-     "index: polynomial in T - TEMP_REF", "RIX_POLYX 1  1.444\nRIX_POLYT 2  0 1.1e-5"},
+    {"RIX_POLYX", indexGroup, Family::index, polyX, 0, readIndexPoly<&Polynomials<double>::x>,
+     "RIX_POLYX count c0 c1 ...", "index: polynomial in mx", "RIX_POLYX 2  3.38 -0.56"},
+    {"RIX_POLYL", indexGroup, Family::index, polyL, 0, readIndexPoly<&Polynomials<double>::l>,
+     "RIX_POLYL count c0 c1 ...", "index: polynomial in lambda - LAMBDA_REF",
+     "RIX_POLYL 3  1.444 -0.0119 0.001"},
+    {"RIX_POLYT", indexGroup, Family::index, polyT, 0, readIndexPoly<&Polynomials<double>::t>,
+     "RIX_POLYT count c0 c1 ...", "index: polynomial in T - TEMP_REF",
+     "RIX_POLYX 1  1.444\nRIX_POLYT 2  0 1.1e-5"},
     {"RIX_A1L", indexGroup, Family::index, otherModel, polyT, readPoles<OnePoleModel, 1>,
      "RIX_A1L count A B C D", "n^2 = A + B/(lambda^2 - C) - D lambda^2",
      "RIX_A1L xx 4  2.7405 0.0184 0.0179 0.0155  zz 4  2.3730 0.0128 0.0156 0.0044"},
@@ -239,13 +238,12 @@ const KeywordRow table[] = {
      "polynomials in mx added to the index along the axes",
      "RIX_POLYX 1  1.5\nRIX_ANISOPOLYX dn_xx 2  0 0.1  dn_zz 2  0 -0.05"},
     {"RIX_EXPRESSION", indexGroup, Family::index, otherModel, 0,
-     [](Definition& d) { return readFormula<double>(d, d.m.index); },
-     "RIX_EXPRESSION \"formula\"", "index as a formula of lambda, mxFrac, myFrac, T",
+     [](Definition& d) { return readFormula<double>(d, d.m.index); }, "RIX_EXPRESSION \"formula\"",
+     "index as a formula of lambda, mxFrac, myFrac, T",
      "RIX_EXPRESSION \"sqrt(2.1 + 0.01/lambda**2) + 1e-5*(T - 300)\""},
     {"RIX_FUNCXY", indexGroup, Family::index, otherModel, polyL | polyT,
      [](Definition& d) { return readFunction(d, d.m.index); }, "RIX_FUNCXY POLY2D name",
-     "index: a data block's function of (mx, my), POLY2D or SPLINE2D",
-     "RIX_FUNCXY POLY2D example"},
+     "index: a data block's function of (mx, my), POLY2D or SPLINE2D", "RIX_FUNCXY POLY2D example"},
     {"RIX_ANIROTATION", indexGroup, Family::none, noPart, 0, readRotation,
      "RIX_ANIROTATION phiX = a phiY = b phiZ = c",
      "turns the tensors about x, then y, then z; degrees, or USE_MX, USE_MY",
@@ -297,8 +295,8 @@ const KeywordRow table[] = {
      readTensorPoly<permittivity, &Polynomials<Complex>::t>, "PERMITTIVITY_POLYT count c0 c1 ...",
      "polynomial in T - TEMP_REF", "PERMITTIVITY_POLYX 1  2.1\nPERMITTIVITY_POLYT 2  0 3e-5"},
     {"PERMITTIVITY_EXPRESSION", epsGroup, Family::permittivity, otherModel, 0,
-     readTensorFormula<permittivity>, "PERMITTIVITY_EXPRESSION \"formula\"",
-     "a complex formula", "PERMITTIVITY_EXPRESSION \"2.1 + 0.01*sqrt(-1)*lambda\""},
+     readTensorFormula<permittivity>, "PERMITTIVITY_EXPRESSION \"formula\"", "a complex formula",
+     "PERMITTIVITY_EXPRESSION \"2.1 + 0.01*sqrt(-1)*lambda\""},
     {"PERMITTIVITY_DRUDELORENTZ", epsGroup, Family::permittivity, otherModel, 0,
      readDrudeLorentz<permittivity>,
      "PERMITTIVITY_DRUDELORENTZ terms epsInfty plasma resonance damping ...",
@@ -338,10 +336,11 @@ const KeywordRow table[] = {
      "LAMBDA_REF wavelength", "where polynomials in lambda begin, in micrometres",
      "LAMBDA_REF 1.55"},
     {"TEMP_REF", references, Family::none, noPart, 0, readPositive<&MaterialData::tempRef>,
-     "TEMP_REF temperature", "where polynomials in T begin, in kelvin; else 300", "TEMP_REF 293.15"},
-    {"LAMBDA_RANGE", references, Family::none, noPart, 0,
-     readRange<&MaterialData::lambdaRange>, "LAMBDA_RANGE from to",
-     "wavelengths for which the material was published", "LAMBDA_RANGE 0.21 3.71"},
+     "TEMP_REF temperature", "where polynomials in T begin, in kelvin; else 300",
+     "TEMP_REF 293.15"},
+    {"LAMBDA_RANGE", references, Family::none, noPart, 0, readRange<&MaterialData::lambdaRange>,
+     "LAMBDA_RANGE from to", "wavelengths for which the material was published",
+     "LAMBDA_RANGE 0.21 3.71"},
     {"TEMP_RANGE", references, Family::none, noPart, 0, readRange<&MaterialData::tempRange>,
      "TEMP_RANGE from to", "temperatures for which the material was published",
      "TEMP_RANGE 290 370"},
@@ -397,20 +396,20 @@ const KeywordRow table[] = {
      "GAIN_EPS 15"},
     {"T_EPS", semiconductor, Family::none, noPart, 0, readConstant<&MaterialData::tEps>,
      "T_EPS number", "the same for the gain per time where that differs", "T_EPS 12"},
-    {"RADRECOMB", semiconductor, Family::none, noPart, 0,
-     readPolynomial<&MaterialData::radiative>, "RADRECOMB count c0 c1 ...",
-     "radiative recombination in 1e18 cm^-3/ns: polynomial in N", "RADRECOMB 3  0 0 0.1"},
+    {"RADRECOMB", semiconductor, Family::none, noPart, 0, readPolynomial<&MaterialData::radiative>,
+     "RADRECOMB count c0 c1 ...", "radiative recombination in 1e18 cm^-3/ns: polynomial in N",
+     "RADRECOMB 3  0 0 0.1"},
     {"NRADRECOMB", semiconductor, Family::none, noPart, 0, readNonRadiative,
      "NRADRECOMB count c0 c1 ...", "other recombination; after RADRECOMB",
      "RADRECOMB 3  0 0 0.1\nNRADRECOMB 4  0 0.1 0 0.05"},
     {"DIFFUSION", semiconductor, Family::diffusion, otherModel, 0, readDiffusion,
      "DIFFUSION number", "diffusion constant in cm^2/s", "DIFFUSION 10"},
-    {"DIFFUSE_POLYN", semiconductor, Family::none, noPart, 0,
-     readDiffusionPoly<&Diffusion::polyN>, "DIFFUSE_POLYN count c0 c1 ...",
-     "added to it: polynomial in N", "DIFFUSION 10\nDIFFUSE_POLYN 2  0 0.4"},
-    {"DIFFUSE_POLYT", semiconductor, Family::none, noPart, 0,
-     readDiffusionPoly<&Diffusion::polyT>, "DIFFUSE_POLYT count c0 c1 ...",
-     "added to it: polynomial in T - TEMP_REF", "DIFFUSION 10\nDIFFUSE_POLYT 2  0 -0.02"},
+    {"DIFFUSE_POLYN", semiconductor, Family::none, noPart, 0, readDiffusionPoly<&Diffusion::polyN>,
+     "DIFFUSE_POLYN count c0 c1 ...", "added to it: polynomial in N",
+     "DIFFUSION 10\nDIFFUSE_POLYN 2  0 0.4"},
+    {"DIFFUSE_POLYT", semiconductor, Family::none, noPart, 0, readDiffusionPoly<&Diffusion::polyT>,
+     "DIFFUSE_POLYT count c0 c1 ...", "added to it: polynomial in T - TEMP_REF",
+     "DIFFUSION 10\nDIFFUSE_POLYT 2  0 -0.02"},
     {"DIFFUSE_FUNCXY", semiconductor, Family::diffusion, otherModel, 0,
      [](Definition& d) { return readFunction(d, d.m.diffusion); }, "DIFFUSE_FUNCXY POLY2D name",
      "diffusion constant: a data block's function of (mx, my)", "DIFFUSE_FUNCXY POLY2D example"},
@@ -445,8 +444,9 @@ const KeywordRow table[] = {
 };
 
 const KeywordRow analyticRow = {
-    "ANAL_", "Analytic materials", Family::index, otherModel, 0, readAnalytic,
-    "ANAL_GOLD", "a built-in model of index and loss", "ANAL_GOLD"};
+    "ANAL_",    "Analytic materials", Family::index, otherModel,
+    0,          readAnalytic,         "ANAL_GOLD",   "a built-in model of index and loss",
+    "ANAL_GOLD"};
 
 }  // namespace
 

@@ -6,7 +6,6 @@
 #include "qvutils/common/blocks/signature.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/common/materials/materhooks.h"
 #include "qvutils/common/materials/materialfiles.h"
 #include "qvutils/common/materials/materkeywords.h"
 #include "qvutils/common/platform/files.h"
@@ -58,8 +57,8 @@ std::string_view withoutComment(std::string_view line) {
 
 /// The part of a material's name before any bracket.
 std::string plainName(std::string_view name) {
-    return std::string(trimmed(name.substr(0, std::min(name.find('('), name.size())))
-                           .substr(0, longestName));
+    return std::string(
+        trimmed(name.substr(0, std::min(name.find('('), name.size()))).substr(0, longestName));
 }
 
 std::string quotedForMessage(std::string_view line) {
@@ -126,6 +125,30 @@ qvMaterialLoader* qvMaterialLoader::loading(const Materbase* base) {
     qvMaterialLoader* loader = innermostLoader();
     while (loader && &loader->base_ != base) loader = loader->outer_;
     return loader;
+}
+
+std::shared_ptr<const PolyOrSplineFunc2DBase> qvMaterialLoader::function(const Materbase* base,
+                                                                         std::string_view type,
+                                                                         std::string_view name) {
+    qvMaterialLoader* loader = loading(base);
+    if (!loader) return nullptr;
+    Materbase::Contents::Block* block = loader->contents_.findBlock(type, name, true);
+    if (!block || block->function) return block ? block->function : nullptr;
+    std::shared_ptr<PolyOrSplineFunc2DBase> made;
+    if (type == "POLY2D") {
+        made = std::make_shared<PolyFunction2D>();
+    } else {
+        made = std::make_shared<CSplineFunction2D>();
+    }
+    made->name = name;
+    made->x1Name = "mx";
+    made->x2Name = "my";
+    // The text goes on after type and name.
+    const std::string_view text = block->text;
+    const std::string_view body = text.substr(text.find(name, type.size() + 2) + name.size());
+    if (!made->ReadBody(body)) return nullptr;
+    block->function = made;
+    return made;
 }
 
 bool qvMaterialLoader::load(const std::string& path) {
@@ -214,8 +237,8 @@ bool qvMaterialLoader::readMaterial(Reader& in, std::int64_t start, const std::s
     std::string name;
     std::string base;
     const std::string_view header = withoutComment(line);
-    const char* wrong = line.size() > longestHeader ? "%s :the line is too long"
-                                                    : parseHeader(header, name, base);
+    const char* wrong =
+        line.size() > longestHeader ? "%s :the line is too long" : parseHeader(header, name, base);
     if (wrong) {
         qverr().setf(wrong, ("BEGIN " + quotedForMessage(header)).c_str());
         in.failAt(start, "");
@@ -270,6 +293,7 @@ bool qvMaterialLoader::readBody(Reader& in, MaterB& material) {
             return goOnAfterItem(in);
         }
         if (sameWord(word, "END")) return true;
+        const std::int64_t after = in.position();
         if (readParameter(in, material, word)) continue;
         if (!goOnAfterItem(in)) return false;
         if (sameWord(word, "BEGIN") || sameWord(word, "BEGIN_DATABLOCK")) {
@@ -277,6 +301,8 @@ bool qvMaterialLoader::readBody(Reader& in, MaterB& material) {
             in.goTo(before);
             return true;
         }
+        // The word that was no value may be the next keyword, or END.
+        in.goTo(after);
         skipToKeyword(in);
     }
 }
@@ -350,7 +376,7 @@ bool qvMaterialLoader::readDataBlock(Reader& in, std::int64_t start, const std::
     contents_.blocks.push_back(std::move(block));
     const bool known = type == "POLY2D" || type == "SPLINE2D";
     // A table that no material uses is still to be checked.
-    if (mistakes_ && known && !qvmaterial::findFunction(&base_, type, name)) {
+    if (mistakes_ && known && !function(&base_, type, name)) {
         in.failAt(start, "");
         return goOn();
     }

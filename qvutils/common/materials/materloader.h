@@ -46,9 +46,11 @@ public:
 
     bool load(const std::string& path);
 
-    /// The loader that the calling thread fills this database with, if any.
-    static qvMaterialLoader* loading(const Materbase* base);
-    Materbase::Contents& contents() { return contents_; }
+    /// The function in a data block of the database that the calling thread is loading; null when
+    /// there is none, with an error posted when the block is wrong.
+    static std::shared_ptr<const PolyOrSplineFunc2DBase> function(const Materbase* base,
+                                                                  std::string_view type,
+                                                                  std::string_view name);
 
     /// Files longer than this have a mistake that makes everything wrong: no more are noted.
     static constexpr std::size_t maxMistakes = 100;
@@ -60,6 +62,7 @@ private:
         int line;
     };
 
+    static qvMaterialLoader* loading(const Materbase* base);
     bool loadFile(const std::string& path, const std::string& includeLine);
     bool readItems(Reader& in);
     bool readItem(Reader& in);
@@ -88,10 +91,9 @@ private:
 
 namespace qvmaterial {
 
-/// The function in a data block of the database; null when there is none, with an error posted when
-/// the block is wrong.
-std::shared_ptr<const PolyOrSplineFunc2DBase> findFunction(Materbase* base, std::string_view type,
-                                                           std::string_view name);
+/// A material from the installed factory; null when there is none.
+MaterB* newMaterial(const char* name);
+bool hasMaterialFactory();
 
 /// A path that does not depend on the working directory.
 std::string absolutePath(const std::string& path);

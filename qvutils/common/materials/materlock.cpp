@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "qvutils/common/platform/barrier.h"
 #include "qvutils/common/platform/threads.h"
 
 namespace {
@@ -17,6 +18,10 @@ struct Slot {
 
 std::atomic<Slot*> slots{nullptr};
 
+/// How long a query is waited for.
+constexpr int pauses = 1000;
+constexpr int yields = 1000;
+
 Slot* takeSlot() {
     for (Slot* slot = slots.load(); slot; slot = slot->next) {
         bool expected = false;
@@ -29,13 +34,23 @@ Slot* takeSlot() {
     return slot;
 }
 
+}  // namespace
+
+namespace qvmaterial {
+
+/// What a thread keeps for its queries.
 struct Querying {
-    Querying() : slot(takeSlot()) {}
+    Querying() : slot(takeSlot()), steps(slot->steps), relaxed(qvplatform::hasProcessBarrier()) {}
     ~Querying() { slot->used.store(false); }
 
     Slot* slot;
+    std::atomic<unsigned>& steps;
     int depth = 0;
+    /// Whoever replaces contents passes the memory barrier for this thread too.
+    bool relaxed;
 };
+
+namespace {
 
 Querying& querying() {
     return qvplatform::perThread<Querying>();
@@ -43,28 +58,33 @@ Querying& querying() {
 
 }  // namespace
 
-namespace qvmaterial {
-
-Reading::Reading() {
-    Querying& own = querying();
+Reading::Reading() : own_(querying()) {
+    if (own_.depth++ > 0) return;
     // In one order with publishing: either the writer sees this step or this thread the new data.
-    if (own.depth++ == 0) own.slot->steps.store(own.slot->steps.load(std::memory_order_relaxed) + 1);
+    const unsigned step = own_.steps.load(std::memory_order_relaxed) + 1;
+    if (own_.relaxed) {
+        own_.steps.store(step, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    } else {
+        own_.steps.store(step);
+    }
 }
 
 Reading::~Reading() {
-    Querying& own = querying();
-    if (--own.depth > 0) return;
-    const unsigned steps = own.slot->steps.load(std::memory_order_relaxed);
-    own.slot->steps.store(steps + 1, std::memory_order_release);
+    if (--own_.depth > 0) return;
+    const unsigned step = own_.steps.load(std::memory_order_relaxed);
+    own_.steps.store(step + 1, std::memory_order_release);
 }
 
 bool waitForQueries() {
     if (querying().depth > 0) return false;
+    if (qvplatform::hasProcessBarrier() && !qvplatform::processBarrier()) return false;
     for (Slot* slot = slots.load(); slot; slot = slot->next) {
         const unsigned steps = slot->steps.load();
         if (steps % 2 == 0) continue;
         for (int attempt = 0; slot->steps.load() == steps; ++attempt) {
-            if (attempt < 1000) {
+            if (attempt >= pauses + yields) return false;
+            if (attempt < pauses) {
                 qvplatform::pauseProcessor();
             } else {
                 qvplatform::yieldThread();

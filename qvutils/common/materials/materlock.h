@@ -2,8 +2,10 @@
 #include "qvutils/common/platform/qvexport.h"
 
 /// The lock between queries of materials and reloading, in which queries never wait: a reload
-/// publishes new contents, then waits until every query that may still read the old ones is over.
+/// publishes new contents and keeps the old ones for as long as a query may still read them.
 namespace qvmaterial {
+
+struct Querying;
 
 /// Lives as long as a query reads contents. Queries may be nested.
 class QVCORE_API Reading {
@@ -12,11 +14,14 @@ public:
     ~Reading();
     Reading(const Reading&) = delete;
     Reading& operator=(const Reading&) = delete;
+
+private:
+    Querying& own_;
 };
 
-/// Returns when each query that was under way has ended, other than the calling thread's own: what
-/// was published before the call is what every query sees from now on. False when the calling
-/// thread itself is inside a query: then it has waited for nothing.
+/// True when every query that was under way has ended: what was replaced before the call is read no
+/// more. False when one goes on for more than a moment, or is one of the calling thread itself.
+/// It does not wait longer, since a query may in turn wait for what its caller holds.
 QVCORE_API bool waitForQueries();
 
 }  // namespace qvmaterial

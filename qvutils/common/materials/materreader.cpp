@@ -62,7 +62,8 @@ int MaterReader::skipBlank() {
     }
 }
 
-/// After a "/": is another one next? Goes back by seeking, since only one character may be put back.
+/// After a "/": is another one next? Goes back by seeking, since only one character may be put
+/// back.
 bool MaterReader::commentBegins() {
     const std::int64_t after = position();
     const bool begins = std::getc(file_) == '/';

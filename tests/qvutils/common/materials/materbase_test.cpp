@@ -14,8 +14,8 @@ namespace {
 void rewrite(const TempDirectory& directory, const std::string& name, const std::string& content) {
     static int seconds = 0;
     const std::string path = directory.write(name, content);
-    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) +
-                                               std::chrono::seconds(++seconds));
+    std::filesystem::last_write_time(
+        path, std::filesystem::last_write_time(path) + std::chrono::seconds(++seconds));
 }
 
 const char* const twoMaterials = "BEGIN a\nRIX_POLYX 1 2\nEND\nBEGIN b\nRIX_POLYX 1 3\nEND\n";
@@ -68,7 +68,8 @@ TEST_F(MaterbaseTest, a_changed_file_is_read_again_in_place) {
     const std::string path = base->getFileName();
     CapturedOutput output;
 
-    rewrite(directory_, "test.mat", file("BEGIN c\nRIX_POLYX 1 9\nEND\nBEGIN a\nRIX_POLYX 1 2.5\nEND\n"));
+    rewrite(directory_, "test.mat",
+            file("BEGIN c\nRIX_POLYX 1 9\nEND\nBEGIN a\nRIX_POLYX 1 2.5\nEND\n"));
     EXPECT_TRUE(base->HasFileChanged());
     EXPECT_EQ(LoadMaterbase(path.c_str()), base);
     EXPECT_EQ(output.takeWarnings(), "NOTICE! reloading file altered on disk:\n  " + path + "\n");
@@ -79,7 +80,8 @@ TEST_F(MaterbaseTest, a_changed_file_is_read_again_in_place) {
     EXPECT_EQ(base->MaterHandle("b", false), nullptr);
     EXPECT_EQ(indexOf(b), 3);
 
-    rewrite(directory_, "test.mat", file("BEGIN a\nRIX_POLYX 1 7\nEND\nBEGIN b\nRIX_POLYX 1 x\nEND\n"));
+    rewrite(directory_, "test.mat",
+            file("BEGIN a\nRIX_POLYX 1 7\nEND\nBEGIN b\nRIX_POLYX 1 x\nEND\n"));
     EXPECT_EQ(LoadMaterbase(path.c_str()), base);
     EXPECT_NE(output.takeWarnings().find("last good contents are kept"), std::string::npos);
     EXPECT_FALSE(qverr());
@@ -119,8 +121,7 @@ TEST_F(MaterbaseTest, includes_that_cannot_be_are_refused) {
         << message;
     EXPECT_NE(messageOf("INCLUDE wrong.mat\n").find("includes itself"), std::string::npos);
     directory_.write("back.mat", file("INCLUDE wrong.mat\n"));
-    EXPECT_NE(messageOf("INCLUDE back.mat\n").find("wrong.mat includes itself"),
-              std::string::npos);
+    EXPECT_NE(messageOf("INCLUDE back.mat\n").find("wrong.mat includes itself"), std::string::npos);
     EXPECT_NE(messageOf("INCLUDE // none\n").find("INCLUDE without a file name"),
               std::string::npos);
     std::filesystem::create_directory(directory_.file("folder.mat"));
@@ -144,9 +145,10 @@ TEST_F(MaterbaseTest, a_wrong_first_line_is_refused) {
 }
 
 TEST_F(MaterbaseTest, layout_and_line_ends_do_not_matter) {
-    const std::string text = "\xef\xbb\xbf\r\n// by hand\r\n<MaterBase(2.21)>  // signature\r\n"
-                             "any line\r\n\tBegin a<<\t\tb // base\r\nrix_polyx\r\n2//two\r\n1.5 "
-                             "0.1 End";
+    const std::string text =
+        "\xef\xbb\xbf\r\n// by hand\r\n<MaterBase(2.21)>  // signature\r\n"
+        "any line\r\n\tBegin a<<\t\tb // base\r\nrix_polyx\r\n2//two\r\n1.5 "
+        "0.1 End";
     CapturedOutput output;
     Materbase* base = LoadMaterbase(directory_.write("a.mat", text).c_str());
     ASSERT_NE(base, nullptr) << qverr().chars();
@@ -223,7 +225,8 @@ TEST_F(MaterbaseTest, the_registry_has_room_for_20_files_and_failed_ones_take_no
 }
 
 TEST_F(MaterbaseTest, data_blocks_keep_their_text_and_are_checked) {
-    Materbase* base = load("BEGIN_DATABLOCK <NOTES> n   // kept\n one // not\n\n two\nend_datablock\n");
+    Materbase* base =
+        load("BEGIN_DATABLOCK <NOTES> n   // kept\n one // not\n\n two\nend_datablock\n");
     ASSERT_NE(base, nullptr) << qverr().chars();
     EXPECT_STREQ(base->DataBlockHandle("NOTES", "n", true), "<NOTES> n one two ");
     EXPECT_EQ(base->DataBlockHandle("notes", "n", true), nullptr);
@@ -257,7 +260,8 @@ TEST_F(MaterbaseTest, a_check_finds_all_that_is_wrong) {
     }
     EXPECT_EQ(lines, "3 5 6 7 9 10 16 13 ");
     EXPECT_FALSE(qverr());
-    EXPECT_TRUE(qvCheckMaterialFile(directory_.write("good.mat", file(twoMaterials)).c_str()).empty());
+    EXPECT_TRUE(
+        qvCheckMaterialFile(directory_.write("good.mat", file(twoMaterials)).c_str()).empty());
     EXPECT_EQ(qvCheckMaterialFile("nowhere.mat").size(), 1U);
     std::string many;
     for (int i = 0; i < 1000; ++i) many += "BEGIN\n";

@@ -77,8 +77,9 @@ TEST_F(MaterKeywordsTest, the_files_of_the_document_load) {
 }
 
 TEST_F(MaterKeywordsTest, values_go_where_they_belong) {
-    MaterialData m = read("RIX_SELLMEIER xx 1 1.2 0.01  zz 2 1.1 0.02 0.3 100\nTEMP_REF 293.15\n"
-                          "RIX_POLYT 2 0 1e-5\nMXPARM \"mole %\" scale 0.01 range 0 20");
+    MaterialData m = read(
+        "RIX_SELLMEIER xx 1 1.2 0.01  zz 2 1.1 0.02 0.3 100\nTEMP_REF 293.15\n"
+        "RIX_POLYT 2 0 1e-5\nMXPARM \"mole %\" scale 0.01 range 0 20");
     const PerAxis<SellmeierTerms>& terms = std::get<SellmeierModel>(m.index.model).terms;
     EXPECT_FALSE(terms.isotropic);
     EXPECT_EQ(terms[1].strength[0], 1.2);
@@ -101,8 +102,9 @@ TEST_F(MaterKeywordsTest, values_go_where_they_belong) {
     EXPECT_FALSE(m.permittivity.tensor[2][2]);
     EXPECT_EQ(m.index.dc->n, 5);
 
-    m = read("RIX_POLYX 1 2\nPERMITT_IMAG_OFFDIAG expImzx = 0.3\nRIX_EOCOEF r13 = 8.6 r61=-3.4\n"
-             "RIX_ANIROTATION phix = 12 PHIZ = use_my");
+    m = read(
+        "RIX_POLYX 1 2\nPERMITT_IMAG_OFFDIAG expImzx = 0.3\nRIX_EOCOEF r13 = 8.6 r61=-3.4\n"
+        "RIX_ANIROTATION phix = 12 PHIZ = use_my");
     EXPECT_EQ(m.permittivity.imagOffDiagonal[0][2], -0.3);
     EXPECT_FALSE(m.permittivityFirst);
     EXPECT_EQ((*m.electroOptic)[0][2], 8.6);
@@ -122,8 +124,9 @@ TEST_F(MaterKeywordsTest, values_go_where_they_belong) {
 }
 
 TEST_F(MaterKeywordsTest, a_material_replaces_what_it_has_from_its_base) {
-    const std::string before = material("base", "RIX_SELLMEIER 1 1.2 0.01\nRIX_POLYT 2 0 1e-5\n"
-                                                "EGAP 3\nMATLOSS_POLYX 1 4");
+    const std::string before = material("base",
+                                        "RIX_SELLMEIER 1 1.2 0.01\nRIX_POLYT 2 0 1e-5\n"
+                                        "EGAP 3\nMATLOSS_POLYX 1 4");
     MaterialData m = read("EGAP 2", before, " << base");
     EXPECT_EQ(std::get<double>(m.egap->value), 2);
     EXPECT_TRUE(std::holds_alternative<SellmeierModel>(m.index.model));
@@ -213,8 +216,8 @@ TEST_F(MaterKeywordsTest, messages_say_what_is_wrong) {
         const std::string found = fault(body);
         EXPECT_NE(found.find(message), std::string::npos) << body << "\n" << found;
         const bool atEnd = std::strstr(message, "no refractive index") != nullptr;
-        const std::string place = std::string("line ") + (atEnd ? "5" : "6") + " of " +
-                                  directory_.file("wrong.mat");
+        const std::string place =
+            std::string("line ") + (atEnd ? "5" : "6") + " of " + directory_.file("wrong.mat");
         const bool laterLine = found.find(": \"END\"") != std::string::npos;
         EXPECT_TRUE(laterLine || found.find(place) != std::string::npos) << body << "\n" << found;
     }
