@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <limits>
 
@@ -20,24 +21,36 @@ namespace {
 
 /// Parts of the arrays, each small enough for the first-level cache. Fewer points than these parts
 /// take for two threads are not worth the start of a task.
-constexpr std::size_t partSize = 2048;
-constexpr std::size_t worthTasks = 16 * partSize;
+constexpr std::size_t partSize = 1024;
+constexpr std::size_t worthTasks = 32 * partSize;
 
-constexpr double largest = std::numeric_limits<double>::max();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+/// Below this wavelength in um, polynomials with coefficients of common size do not overflow.
+constexpr double longest = 1e12;
 
-// These count instead of leaving early: such loops become vector code.
+// These look at bits and do not leave early: such loops become vector code.
+constexpr std::uint64_t exponentBits = 0x7ff0'0000'0000'0000;
+constexpr std::uint64_t exponentUnit = 0x0010'0000'0000'0000;
+constexpr std::uint64_t signBit = 0x8000'0000'0000'0000;
+
 bool allFinite(const double* values, std::size_t count) {
-    std::uint64_t bad = 0;
-    for (std::size_t i = 0; i < count; ++i) bad += std::abs(values[i]) <= largest ? 0 : 1;
-    return bad == 0;
+    std::uint64_t bad = 0;  // the sign bit, once an exponent has been the largest
+    for (std::size_t i = 0; i < count; ++i)
+        bad |= (std::bit_cast<std::uint64_t>(values[i]) & exponentBits) + exponentUnit;
+    return (bad & signBit) == 0;
 }
 bool allFinite(const Complex* values, std::size_t count) {
     return allFinite(reinterpret_cast<const double*>(values), 2 * count);
 }
-bool allPositive(const double* values, std::size_t count) {
+/// All are above 0 and below `limit`, which is at most infinity.
+bool allWithin(const double* values, std::size_t count, double limit) {
+    const std::uint64_t toSign = signBit - std::bit_cast<std::uint64_t>(limit);
     std::uint64_t bad = 0;
-    for (std::size_t i = 0; i < count; ++i) bad += values[i] > 0 && values[i] <= largest ? 0 : 1;
-    return bad == 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto bits = std::bit_cast<std::uint64_t>(values[i]);
+        bad |= (bits - 1) | (bits + toSign);
+    }
+    return (bad & signBit) == 0;
 }
 
 /// Calls f with a constant that equals n, from 1 to 8, so that its loops have a known length.
@@ -59,7 +72,7 @@ bool withConstant(int n, F&& f) {
 /// The index of the pole models, plus a constant.
 void sellmeier(const SellmeierTerms& terms, double added, const double* lambda, double* n,
                std::size_t count) {
-    const bool done = withConstant(terms.count, [&](auto known) {
+    const bool done = withConstant(terms.count, [=](auto known) {
         const SellmeierTerms t = terms;
         for (std::size_t i = 0; i < count; ++i) {
             const double lambda2 = lambda[i] * lambda[i];
@@ -84,14 +97,15 @@ void poles(const std::array<double, size>& given, double added, const double* la
 
 void polynomial(const std::vector<double>& c, double start, double added, const double* lambda,
                 double* n, std::size_t count) {
-    const bool done = withConstant(static_cast<int>(c.size()), [&](auto known) {
+    const bool done = withConstant(static_cast<int>(c.size()), [=, &c](auto known) {
         std::array<double, known()> own;
         std::copy(c.begin(), c.end(), own.begin());
+        own[0] += added;
         for (std::size_t i = 0; i < count; ++i) {
             const double x = lambda[i] - start;
-            double sum = 0;
-            for (std::size_t k = known(); k-- > 0;) sum = sum * x + own[k];
-            n[i] = sum + added;
+            double sum = own[known() - 1];
+            for (std::size_t k = known() - 1; k-- > 0;) sum = sum * x + own[k];
+            n[i] = sum;
         }
     });
     if (done) return;
@@ -136,6 +150,14 @@ public:
     bool possible() const {
         return !failed_ && index_.defined() && !q_.m.permittivity.defined() &&
                !optics_.needsTensor();
+    }
+
+    /// No polynomial overflows below the longest wavelength.
+    bool bounded() const {
+        double sum = std::abs(added_);
+        for (const double c : index_.poly.l[0].c) sum = sum * 2 * longest + std::abs(c);
+        return possible() && (index_.model.index() == 0 || index_.model.index() == 5) &&
+               std::abs(q_.m.lambdaRef) < longest && sum < infinity;
     }
 
     bool run(const double* lambda, double* n, std::size_t count) const {
@@ -218,24 +240,26 @@ bool runParts(std::size_t count, const Part& part) {
 /// Looks at the ends of the wavelengths where the material cares.
 bool checkRange(Query& q, std::span<const double> lambda) {
     if (!q.caresForLambda()) return true;
-    if (!allPositive(lambda.data(), lambda.size())) return false;
+    if (!allWithin(lambda.data(), lambda.size(), infinity)) return false;
     const auto [low, high] = std::minmax_element(lambda.begin(), lambda.end());
     return q.checkLambda(*high) && q.checkLambda(*low);
 }
 
 /// `loop` fills a part and tells whether it could; `single` answers for one wavelength, with all
-/// messages. They give the same.
+/// messages. They give the same. `bounded`: below the longest wavelength the loop's results are
+/// finite, and need not be looked at.
 template <class T, class Loop, class Single>
 bool queryAll(Query& q, std::span<const double> lambda, std::span<T> results, const Loop& loop,
-              const Single& single) {
+              const Single& single, bool bounded = false) {
     if (results.size() != lambda.size())
         return q.fail("there have to be as many places for results as wavelengths");
     if (lambda.empty()) return !qverr();
     const bool good = q && checkRange(q, lambda) &&
                       runParts(lambda.size(), [&](std::size_t first, std::size_t count) {
-                          return allPositive(lambda.data() + first, count) &&
-                                 loop(lambda.data() + first, results.data() + first, count) &&
-                                 allFinite(results.data() + first, count);
+                          const double* from = lambda.data() + first;
+                          T* to = results.data() + first;
+                          return allWithin(from, count, bounded ? longest : infinity) &&
+                                 loop(from, to, count) && (bounded || allFinite(to, count));
                       });
     if (good) return true;
     qverr().reset();
@@ -264,7 +288,8 @@ bool MaterB::nr(double mx, double my, std::span<const double> lambda, double T,
         }
         return good;
     };
-    return queryAll(q, lambda, results, loop, [&](double one) { return nr(mx, my, one, T); });
+    return queryAll(
+        q, lambda, results, loop, [&](double one) { return nr(mx, my, one, T); }, index.bounded());
 }
 
 bool MaterB::ng(double mx, double my, std::span<const double> lambda, double T,

@@ -110,16 +110,31 @@ bool qvMaterialQuery::checkModel() {
     return verdict.usable();
 }
 
-double MaterB::nr(double mx, double my, double lambda, double T) const {
-    const Query q(*this, Query::index, mx, my, lambda, T);
+namespace {
+
+/// The index in all cases, with all messages.
+[[gnu::noinline]] double checkedIndex(const MaterB& material, double mx, double my, double lambda,
+                                      double T) {
+    const Query q(material, Query::index, mx, my, lambda, T);
     if (!q) return 1;
     Optics<double> optics(q.m, q.point, lambda);
-    // The usual case: a real index without anything that turns or changes it.
-    const bool real = q.m.index.defined() && !q.m.permittivity.defined() && !optics.needsTensor() &&
-                      !std::holds_alternative<qvmaterial::AnalyticModel>(q.m.index.model);
-    const double n = real ? optics.modelIndex(0) + optics.indexDifference(0)
-                          : optics.indexAlongX().real();
+    const double n = optics.indexAlongX().real();
     return q.answer(n, 1, optics.failed());
+}
+
+}  // namespace
+
+double MaterB::nr(double mx, double my, double lambda, double T) const {
+    const qvmaterial::Reading reading;
+    const MaterialData& m = data();
+    if (m.plainIndex && Query::plainArguments(mx, my, lambda, T)) {
+        const qvmaterial::Point point = Query::pointOf(m, mx, my, T);
+        Optics<double> optics(m, point, lambda);
+        const double n = optics.modelIndex(0);
+        if (std::abs(n) < INFINITY && !optics.failed()) return n;
+        if (optics.failed()) return 1;
+    }
+    return checkedIndex(*this, mx, my, lambda, T);
 }
 
 DStensor MaterB::nrani(double mx, double my, double lambda, double T) const {

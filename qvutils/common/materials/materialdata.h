@@ -30,8 +30,11 @@ struct Polynomial {
     template <class X>
     auto value(const X& x) const {
         using Value = decltype(T() * x);
-        Value sum{};
-        for (std::size_t k = c.size(); k-- > 0;) sum = sum * x + Value(c[k]);
+        const T* const first = c.data();
+        const T* next = first + c.size();
+        if (next == first) return Value{};
+        Value sum = *--next;
+        while (next != first) sum = sum * x + Value(*--next);
         return sum;
     }
 };
@@ -286,6 +289,15 @@ struct MaterialData {
     /// RIX_PHOTOELCOEF, [i][j] with i and j = xx, yy, zz, yz, xz, xy (shear strains twice the
     /// tensor's elements).
     std::optional<std::array<std::array<double, 6>, 6>> photoElastic;
+
+    /// Set when all has been read: along each axis the index is what its own model and polynomials
+    /// give, a real number, and no range has to be looked at. Most queries take this short way.
+    bool plainIndex = false;
+    void prepare() {
+        const bool builtIn = std::holds_alternative<AnalyticModel>(index.model);
+        plainIndex = index.defined() && !builtIn && !permittivity.defined() && !hasRotation &&
+                     cut == Cut::none && !index.hasDn && !index.hasDnPolyX && !lambdaRange && !tempRange && !mx.range && !my.range;
+    }
 };
 
 }  // namespace qvmaterial

@@ -38,46 +38,15 @@ Slot* takeSlot() {
 
 namespace qvmaterial {
 
-/// What a thread keeps for its queries.
-struct Querying {
-    Querying() : slot(takeSlot()), steps(slot->steps), relaxed(qvplatform::hasProcessBarrier()) {}
-    ~Querying() { slot->used.store(false); }
+Querying::Querying() : steps(takeSlot()->steps), relaxed(qvplatform::hasProcessBarrier()) {}
 
-    Slot* slot;
-    std::atomic<unsigned>& steps;
-    int depth = 0;
-    /// Whoever replaces contents passes the memory barrier for this thread too.
-    bool relaxed;
-};
-
-namespace {
-
-Querying& querying() {
-    return qvplatform::perThread<Querying>();
-}
-
-}  // namespace
-
-Reading::Reading() : own_(querying()) {
-    if (own_.depth++ > 0) return;
-    // In one order with publishing: either the writer sees this step or this thread the new data.
-    const unsigned step = own_.steps.load(std::memory_order_relaxed) + 1;
-    if (own_.relaxed) {
-        own_.steps.store(step, std::memory_order_relaxed);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-    } else {
-        own_.steps.store(step);
-    }
-}
-
-Reading::~Reading() {
-    if (--own_.depth > 0) return;
-    const unsigned step = own_.steps.load(std::memory_order_relaxed);
-    own_.steps.store(step + 1, std::memory_order_release);
+Querying::~Querying() {
+    for (Slot* slot = slots.load(); slot; slot = slot->next)
+        if (&slot->steps == &steps) slot->used.store(false);
 }
 
 bool waitForQueries() {
-    if (querying().depth > 0) return false;
+    if (qvplatform::perThread<Querying>().depth > 0) return false;
     if (qvplatform::hasProcessBarrier() && !qvplatform::processBarrier()) return false;
     for (Slot* slot = slots.load(); slot; slot = slot->next) {
         const unsigned steps = slot->steps.load();

@@ -1,17 +1,47 @@
 #pragma once
+#include <atomic>
+
 #include "qvutils/common/platform/qvexport.h"
+#include "qvutils/common/platform/threads.h"
 
 /// The lock between queries of materials and reloading, in which queries never wait: a reload
 /// publishes new contents and keeps the old ones for as long as a query may still read them.
 namespace qvmaterial {
 
-struct Querying;
+/// What a thread keeps for its queries.
+struct QVCORE_API Querying {
+    Querying();
+    ~Querying();
+    Querying(const Querying&) = delete;
+    Querying& operator=(const Querying&) = delete;
+
+    /// Odd while the thread is inside a query.
+    std::atomic<unsigned>& steps;
+    int depth = 0;
+    /// Whoever replaces contents passes the memory barrier for this thread too.
+    const bool relaxed;
+};
 
 /// Lives as long as a query reads contents. Queries may be nested.
-class QVCORE_API Reading {
+class Reading {
 public:
-    Reading();
-    ~Reading();
+    Reading() : own_(qvplatform::perThread<Querying>()) {
+        if (own_.depth++ > 0) return;
+        // In one order with publishing: either the writer sees this step or this thread the new
+        // data.
+        const unsigned step = own_.steps.load(std::memory_order_relaxed) + 1;
+        if (own_.relaxed) {
+            own_.steps.store(step, std::memory_order_relaxed);
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        } else {
+            own_.steps.store(step);
+        }
+    }
+    ~Reading() {
+        if (--own_.depth > 0) return;
+        const unsigned step = own_.steps.load(std::memory_order_relaxed);
+        own_.steps.store(step + 1, std::memory_order_release);
+    }
     Reading(const Reading&) = delete;
     Reading& operator=(const Reading&) = delete;
 

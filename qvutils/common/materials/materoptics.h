@@ -76,8 +76,7 @@ class FormulaArguments {
 public:
     FormulaArguments(const QVExpression<T>& formula, const Point& p, double lambda)
         : stock_(qvplatform::perThread<Stock>()) {
-        if (stock_.sets.size() == stock_.depth)
-            stock_.sets.push_back(std::make_unique<Set>(formula.makeArguments()));
+        if (stock_.sets.size() == stock_.depth) more(formula);
         set_ = stock_.sets[stock_.depth++].get();
         *set_->value[paramLambda - 1] = lambda;
         *set_->value[paramMx - 1] = p.mx;
@@ -102,12 +101,15 @@ private:
         std::vector<std::unique_ptr<Set>> sets;
         std::size_t depth = 0;
     };
+    [[gnu::noinline]] void more(const QVExpression<T>& formula) {
+        stock_.sets.push_back(std::make_unique<Set>(formula.makeArguments()));
+    }
     Stock& stock_;
     Set* set_;
 };
 
 /// Hands a failure on to the thread's error object, unless one is pending there.
-inline void handOn(Error& error) {
+[[gnu::noinline]] inline void handOn(Error& error) {
     if (!qverr()) error.transferto(qverr());
 }
 
@@ -133,7 +135,7 @@ T evaluate(const QVExpression<T>& formula, const Point& p, double lambda, bool& 
     const FormulaArguments<T> arguments(formula, p, lambda);
     Error error;
     const T value = formula.Evaluate(arguments.get(), error);
-    if (error) {
+    if (error) [[unlikely]] {
         failed = true;
         handOn(error);
     }
@@ -147,7 +149,7 @@ QVDual<T> evaluate(const QVExpression<T>& formula, const Point& p, const Dual& l
     QVDual<T> result;
     result.value =
         formula.EvaluateDerivative(arguments.get(), paramLambda, result.slope, error);
-    if (error) {
+    if (error) [[unlikely]] {
         failed = true;
         handOn(error);
     }

@@ -38,9 +38,19 @@ public:
         : material(asked),
           m(asked.data()),
           kind(what),
-          point{m.mx.scale * mx + m.mx.offset, m.my.scale * my + m.my.offset, T},
+          point(pointOf(m, mx, my, T)),
           lambda(wavelength),
           ok_(plain(mx, my) || check(mx, my)) {}
+
+    /// Numbers that any query takes.
+    static bool plainArguments(double mx, double my, double lambda, double T) {
+        return lambda > 0 && lambda <= largest && T >= 0 && T <= largest &&
+               std::abs(mx) <= largest && std::abs(my) <= largest;
+    }
+    static qvmaterial::Point pointOf(const qvmaterial::MaterialData& m, double mx, double my,
+                                     double T) {
+        return {m.mx.scale * mx + m.mx.offset, m.my.scale * my + m.my.offset, T};
+    }
 
     /// The query can be answered.
     explicit operator bool() const { return ok_; }
@@ -83,10 +93,7 @@ public:
 private:
     /// Nothing has to be looked at closer: the usual case.
     bool plain(double mx, double my) const {
-        return lambda > 0 && lambda <= largest && point.T >= 0 && point.T <= largest &&
-               std::abs(mx) <= largest && std::abs(my) <= largest && !m.lambdaRange &&
-               !m.tempRange && !m.mx.range && !m.my.range && (m.index.defined() || !optical()) &&
-               m.index.model.index() != analyticModel;
+        return m.plainIndex && plainArguments(mx, my, lambda, point.T);
     }
     bool check(double mx, double my);
     bool checkModel();
