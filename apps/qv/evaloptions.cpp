@@ -30,7 +30,8 @@ bool readDefinition(EvalOptions& options, const std::string& text) {
 
 bool readSweep(EvalOptions& options, const std::string& text) {
     EvalOptions::Named named;
-    if (options.hasSweep || !splitDefinition(text, named)) return false;
+    if (!splitDefinition(text, named)) return false;
+    ++options.sweeps;
     options.sweepName = named.name;
     return options.hasSweep = splitSweep(named.formula, options.sweep);
 }
@@ -70,6 +71,8 @@ bool check(EvalOptions& options, std::string& error) {
         error = "a sweep or a format needs a formula among the arguments";
     } else if (!options.plot.empty() && !options.hasSweep) {
         error = "--plot needs --sweep";
+    } else if (options.sweeps > 1) {
+        error = "there can be one --sweep only";
     }
     return error.empty();
 }

@@ -17,6 +17,7 @@ struct EvalOptions {
     bool complex = false;
     bool help = false;
     bool hasSweep = false;
+    int sweeps = 0;
     std::string sweepName;
     SweepText sweep;
     bool hasFormat = false;

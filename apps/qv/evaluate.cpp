@@ -40,7 +40,7 @@ public:
         const bool drawn = options_.plot.empty() || drawColumns(options_.plot, columns_, rows);
         const bool isAsked = options_.plot.empty() || options_.hasFormat;
         if (isAsked && !columns_.empty()) writeTable(options_.format, columns_, rows);
-        return well && drawn;
+        return well && drawn && !sheet_.hasGaps();
     }
 
 private:

@@ -91,6 +91,12 @@ bool FormulaSheet<T>::evaluateAll() {
 }
 
 template <class T>
+bool FormulaSheet<T>::hasGaps() const {
+    return std::any_of(definitions_.begin(), definitions_.end(),
+                       [](const auto& named) { return !named.second.gaps.empty(); });
+}
+
+template <class T>
 void FormulaSheet<T>::forgetValues() {
     for (auto& [name, definition] : definitions_) definition.state = State::entered;
 }
@@ -136,22 +142,25 @@ const std::vector<T>* FormulaSheet<T>::valuesOf(const std::string& name, Definit
     } else if (definition.state == State::entered) {
         definition.state = State::running;
         path_.push_back(name);
-        const bool well = compute(definition.formula, name, definition.values);
+        const bool well = compute(definition.formula, name, definition.values, definition.gaps);
         path_.pop_back();
-        definition.state = well ? State::done : State::failed;
+        const Gaps& gaps = definition.gaps;
+        const bool isPartial = std::find(gaps.begin(), gaps.end(), false) != gaps.end();
+        definition.state = well || isPartial ? State::done : State::failed;
     }
     return definition.state == State::done ? &definition.values : nullptr;
 }
 
 template <class T>
 bool FormulaSheet<T>::evaluate(const std::string& formula, std::vector<T>& values) {
-    return compute(formula, "", values);
+    Gaps gaps;
+    return compute(formula, "", values, gaps);
 }
 
 template <class T>
 bool FormulaSheet<T>::evaluateReal(const std::string& formula, double& value) {
     std::vector<T> values;
-    if (!compute(formula, "", values)) return false;
+    if (!evaluate(formula, values)) return false;
     value = std::real(values[0]);
     if (std::imag(values[0]) == 0) return true;
     tellError("the limits and the step of a sweep must be real");
@@ -175,8 +184,9 @@ bool FormulaSheet<T>::evaluateSweep(const SweepText& sweep, std::vector<double>&
 
 template <class T>
 bool FormulaSheet<T>::compute(const std::string& formula, const std::string& place,
-                              std::vector<T>& values) {
+                              std::vector<T>& values, Gaps& gaps) {
     values.clear();
+    gaps.clear();
     QVExpression<T> expression;
     expression.setExpression(std::string_view(formula));
     expression.setNameSpace(this);
@@ -190,9 +200,14 @@ bool FormulaSheet<T>::compute(const std::string& formula, const std::string& pla
         const int parameter = expression.findParam(name.c_str());
         expression.getNameSpace()[parameter].value[0] = inputs->front();
         if (inputs->size() > 1) sources.push_back({parameter, *inputs});
+        const Gaps& missing = known->second.gaps;
+        gaps.resize(std::max(gaps.size(), missing.size()));
+        for (std::size_t row = 0; row < missing.size(); ++row)
+            if (missing[row]) gaps[row] = true;
     }
     Error error;
-    if (expression.Compile(error)) return run(expression, sources, place, values);
+    if (expression.Compile(error)) return run(expression, sources, place, values, gaps);
+    gaps.clear();
     tellFault(place, error.chars(), formula, expression.getFault());
     return false;
 }
@@ -200,7 +215,7 @@ bool FormulaSheet<T>::compute(const std::string& formula, const std::string& pla
 // After the first row that fails the others are tried one by one.
 template <class T>
 bool FormulaSheet<T>::run(QVExpression<T>& expression, std::vector<QVArraySource<T>>& sources,
-                          const std::string& place, std::vector<T>& values) {
+                          const std::string& place, std::vector<T>& values, Gaps& gaps) {
     const std::size_t rows = sources.empty() ? 1 : sources[0].values.size();
     values.resize(rows);
     std::size_t failures = 0;
@@ -208,7 +223,16 @@ bool FormulaSheet<T>::run(QVExpression<T>& expression, std::vector<QVArraySource
     std::string message;
     QVFormulaFault fault;
     for (std::size_t row = 0; row < rows;) {
-        const std::size_t count = failures == 0 ? rows - row : 1;
+        if (!gaps.empty() && gaps[row]) {
+            values[row++] = std::numeric_limits<double>::quiet_NaN();
+            continue;
+        }
+        std::size_t count = failures == 0 ? rows - row : 1;
+        if (!gaps.empty()) {
+            const auto from = gaps.begin() + static_cast<std::ptrdiff_t>(row);
+            count = static_cast<std::size_t>(
+                std::find(from, from + static_cast<std::ptrdiff_t>(count), true) - from);
+        }
         std::vector<QVArraySource<T>> part = sources;
         for (QVArraySource<T>& source : part) source.values = source.values.subspan(row, count);
         Error error;
@@ -223,6 +247,8 @@ bool FormulaSheet<T>::run(QVExpression<T>& expression, std::vector<QVArraySource
             fault = expression.getFault();
             firstFailure = row;
         }
+        gaps.resize(rows);
+        gaps[row] = true;
         values[row++] = std::numeric_limits<double>::quiet_NaN();
     }
     if (failures == 0) return true;

@@ -16,8 +16,10 @@ public:
     bool define(const std::string& name, const std::string& formula);
     /// The same without evaluating it yet, for formulas that use what is defined later.
     bool enter(const std::string& name, const std::string& formula);
-    /// Evaluates what has been entered.
+    /// Evaluates what has been entered. True although a formula fails for some of the values.
     bool evaluateAll();
+    /// Whether one has: what uses it then has no value there either.
+    bool hasGaps() const;
     /// The variable that runs through values.
     bool setSweep(const std::string& name, const std::vector<double>& values);
 
@@ -33,10 +35,13 @@ public:
 
 private:
     enum class State { entered, running, done, failed };
+    /// Which of the values are missing; empty when none is.
+    using Gaps = std::vector<bool>;
     struct Definition {
         std::string formula;
         State state = State::entered;
         std::vector<T> values;
+        Gaps gaps;
     };
 
     bool findName(QVText, QVNameHandle&) override { return false; }
@@ -47,9 +52,10 @@ private:
     void forgetValues();
     const std::vector<T>* valuesOf(const std::string& name, Definition& definition);
     void tellCircle(const std::string& name);
-    bool compute(const std::string& formula, const std::string& place, std::vector<T>& values);
+    bool compute(const std::string& formula, const std::string& place, std::vector<T>& values,
+                 Gaps& gaps);
     bool run(QVExpression<T>& expression, std::vector<QVArraySource<T>>& sources,
-             const std::string& place, std::vector<T>& values);
+             const std::string& place, std::vector<T>& values, Gaps& gaps);
 
     std::map<std::string, Definition> definitions_;
     std::string sweepName_;

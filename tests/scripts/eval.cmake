@@ -35,6 +35,10 @@ expect(STATUS 1 OUT ".*\\[0, null],\n  \\[1, 1]]}\n"
 expect(STATUS 1 OUT "x,sqrt\\(-x\\)\n0,-?0\n1,nan\n2,nan\n3,nan\n"
        ERR "qv: negative argument in sqrt, at x = 1 and 2 more\n.*"
        ARGS eval "sqrt(-x)" --sweep x=0:3:1 --csv)
+expect(STATUS 1 OUT "x,x,\"max\\(y,0\\)\"\n-1,-1,0\n0,0,nan\n1,1,1\n" ERR "qv: y: division by zero, at x = 0\n1/x\n \\^\n"
+       ARGS eval --csv x "max(y,0)" --sweep x=-1:1:1 --set y=1/x)
+expect(STATUS 1 OUT "" ERR "qv: y: division by zero, at x = 1 and 1 more\n.*"
+       ARGS eval x y --sweep x=1:2:1 --set y=1/0*x)
 expect(STATUS 1 ERR "qv: steps of 1 do not lead from 5 to 2\n" ARGS eval x --sweep x=5:2:1)
 expect(STATUS 1 ERR "qv: the step of a sweep must not be 0\n" ARGS eval x --sweep x=5:2:0)
 expect(STATUS 1 ERR "qv: [^\n]* must be finite\n" ARGS eval x --sweep x=0:inf:1)
@@ -61,6 +65,7 @@ expect(STATUS 2 ERR ".*unknown argument --fun\n.*" ARGS eval --fun)
 expect(STATUS 2 ERR ".*--set needs NAME=FORMULA\n.*" ARGS eval 1 --set)
 expect(STATUS 2 ERR ".*\"a==1\" is not NAME=FORMULA\n.*" ARGS eval 1 --set a==1)
 expect(STATUS 2 ERR ".*\"x=1:2\" is not NAME=LO:HI:STEP\n.*" ARGS eval 1 --sweep x=1:2)
+expect(STATUS 2 ERR ".*one --sweep only\n.*" ARGS eval 1 --sweep x=1:2:1 --sweep y=1:2:1)
 expect(STATUS 2 ERR ".*wrong use of --json\n.*" ARGS eval 1 --csv --json)
 expect(STATUS 2 ERR ".*--plot needs --sweep\n.*" ARGS eval 1 --plot a.svg)
 expect(STATUS 2 ERR ".*needs a formula.*" ARGS eval --csv)
