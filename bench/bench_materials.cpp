@@ -1,10 +1,15 @@
 // Refractive indices beside the same formulas written into the program by hand.
 #include <cmath>
 #include <complex>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <vector>
 
 #include "bench/qvbench.h"
 #include "qvutils/common/materials/analytic.h"
+#include "qvutils/common/materials/materb.h"
+#include "qvutils/common/tasks/qvtask.h"
 
 namespace {
 
@@ -185,6 +190,145 @@ void arrayHandGold(benchmark::State& state) {
 }
 BENCHMARK(arrayHandGold);
 
+// Materials as they are defined in files.
+
+struct HandSellmeier {
+    double operator()(double lambda) const {
+        const double L = lambda * lambda;
+        return std::sqrt(1 + 0.6961663 * L / (L - 0.00467914826) +
+                         0.4079426 * L / (L - 0.0135120631) + 0.8974794 * L / (L - 97.9340025));
+    }
+};
+struct HandPolynomial {
+    double operator()(double lambda) const {
+        const double x = lambda - 1.55;
+        return 1.444 + x * (-0.0119 + x * (0.001 + x * (-0.002 + x * 0.0003)));
+    }
+};
+constexpr const char* formulaText = "sqrt(2.1 + 0.01/lambda**2 + 0.3*mxFrac) + 1e-5*(T - 300)";
+struct HandFormula {
+    double operator()(double lambda) const {
+        return std::sqrt(2.1 + 0.01 / square(lambda) + 0.3 * fraction) + 1e-5 * (T - 300);
+    }
+    double fraction = 0.3, T = 300;
+};
+
+/// A material of one keyword.
+std::unique_ptr<MaterB> materialOf(const char* keyword, const char* values) {
+    auto material = std::make_unique<MaterB>("bench");
+    FILE* file = std::tmpfile();
+    if (!file) std::abort();
+    std::fprintf(file, "%s\nEND\n", values);
+    std::rewind(file);
+    if (!material->ReadDef(keyword, file)) std::abort();
+    std::fclose(file);
+    material->Complete();
+    return material;
+}
+std::unique_ptr<MaterB> sellmeierMaterial() {
+    return materialOf("RIX_SELLMEIER",
+                      "3 0.6961663 0.00467914826 0.4079426 0.0135120631 0.8974794 97.9340025");
+}
+std::unique_ptr<MaterB> polynomialMaterial() {
+    return materialOf("RIX_POLYL", "5 1.444 -0.0119 0.001 -0.002 0.0003");
+}
+std::unique_ptr<MaterB> formulaMaterial() {
+    return materialOf("RIX_EXPRESSION", ("\"" + std::string(formulaText) + "\"").c_str());
+}
+QVExpressionR compiledFormula() {
+    QVExpressionR expression;
+    for (const char* name : {"lambda", "mxFrac", "myFrac", "T"}) expression.DeclareParam(name, "");
+    expression.setExpression(formulaText);
+    Error error;
+    if (!expression.Compile(error)) std::abort();
+    return expression;
+}
+
+void queryOne(benchmark::State& state, std::unique_ptr<MaterB> (*make)()) {
+    const std::unique_ptr<MaterB> material = make();
+    scalar(state, [&](double x, double lambda, double T) { return material->nr(x, 0, lambda, T); });
+}
+BENCHMARK_CAPTURE(queryOne, sellmeier, sellmeierMaterial);
+BENCHMARK_CAPTURE(queryOne, polynomial, polynomialMaterial);
+BENCHMARK_CAPTURE(queryOne, formula, formulaMaterial);
+
+/// Each query begins when the answer of the one before is there.
+template <class Index>
+void chain(benchmark::State& state, Index index) {
+    const std::vector<double> lambda = wavelengths(places);
+    std::size_t i = 0;
+    double n = 1;
+    for (auto _ : state) {
+        n = index(lambda[i] + n * 1e-300);
+        i = (i + 1) % places;
+    }
+    benchmark::DoNotOptimize(n);
+}
+void queryNext(benchmark::State& state, std::unique_ptr<MaterB> (*make)()) {
+    const std::unique_ptr<MaterB> material = make();
+    chain(state, [&](double lambda) { return material->nr(0.3, 0, lambda, 300); });
+}
+BENCHMARK_CAPTURE(queryNext, sellmeier, sellmeierMaterial);
+BENCHMARK_CAPTURE(queryNext, polynomial, polynomialMaterial);
+void queryNextHandSellmeier(benchmark::State& state) {
+    chain(state, HandSellmeier());
+}
+BENCHMARK(queryNextHandSellmeier);
+void queryNextHandPolynomial(benchmark::State& state) {
+    chain(state, HandPolynomial());
+}
+BENCHMARK(queryNextHandPolynomial);
+
+void queryOneHandSellmeier(benchmark::State& state) {
+    scalar(state, [](double, double lambda, double) { return HandSellmeier()(lambda); });
+}
+BENCHMARK(queryOneHandSellmeier);
+void queryOneHandPolynomial(benchmark::State& state) {
+    scalar(state, [](double, double lambda, double) { return HandPolynomial()(lambda); });
+}
+BENCHMARK(queryOneHandPolynomial);
+void queryOneBareFormula(benchmark::State& state) {
+    const QVExpressionR expression = compiledFormula();
+    QVArguments<double> arguments = expression.makeArguments();
+    scalar(state, [&](double x, double lambda, double T) {
+        arguments.value(1) = lambda;
+        arguments.value(2) = x;
+        arguments.value(4) = T;
+        Error error;
+        return expression.Evaluate(arguments, error);
+    });
+}
+BENCHMARK(queryOneBareFormula);
+
+void queryMany(benchmark::State& state, std::unique_ptr<MaterB> (*make)()) {
+    const std::unique_ptr<MaterB> material = make();
+    array<double>(state, [&](const std::vector<double>& lambda, std::vector<double>& n) {
+        material->nr(0.3, 0, lambda, 300, n);
+    });
+}
+BENCHMARK_CAPTURE(queryMany, sellmeier, sellmeierMaterial);
+BENCHMARK_CAPTURE(queryMany, polynomial, polynomialMaterial);
+BENCHMARK_CAPTURE(queryMany, formula, formulaMaterial);
+void queryManyWorkers(benchmark::State& state) {
+    qvTask::StartWorkerThreads();
+    queryMany(state, sellmeierMaterial);
+    qvTask::StopWorkerThreads();
+}
+BENCHMARK(queryManyWorkers)->UseRealTime();
+
+void queryManyHandSellmeier(benchmark::State& state) {
+    arrayHand<double>(state, HandSellmeier());
+}
+BENCHMARK(queryManyHandSellmeier);
+void queryManyHandPolynomial(benchmark::State& state) {
+    arrayHand<double>(state, HandPolynomial());
+}
+BENCHMARK(queryManyHandPolynomial);
+void queryManyHandFormula(benchmark::State& state) {
+    arrayHand<double>(state, HandFormula());
+}
+BENCHMARK(queryManyHandFormula);
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -196,5 +340,18 @@ int main(int argc, char** argv) {
          {"group index of AlGaAs", "groupOurs", "groupHand", "three indices by hand", 1.5},
          {"silica, 1e6 wavelengths", "arrayOurs/silica", "arrayHandSilica", "by hand", 1.5},
          {"AlGaAs, 1e6 wavelengths", "arrayOurs/algaas", "arrayHandAlGaAs", "by hand", 1.5},
-         {"gold, 1e6 wavelengths", "arrayOursGold", "arrayHandGold", "by hand", 1.5}});
+         {"gold, 1e6 wavelengths", "arrayOursGold", "arrayHandGold", "by hand", 1.5},
+         {"nr, Sellmeier, one after another", "queryNext/sellmeier", "queryNextHandSellmeier",
+          "by hand", 3},
+         {"nr, polynomial, one after another", "queryNext/polynomial", "queryNextHandPolynomial",
+          "by hand", 3},
+         {"nr, Sellmeier, overlapping", "queryOne/sellmeier", "queryOneHandSellmeier", "by hand", 3},
+         {"nr, polynomial, overlapping", "queryOne/polynomial", "queryOneHandPolynomial",
+          "by hand, inlined", 3},
+         {"nr, formula", "queryOne/formula", "queryOneBareFormula", "compiled formula", 1.3},
+         {"nr, Sellmeier, 1e6", "queryMany/sellmeier", "queryManyHandSellmeier", "by hand", 1.5},
+         {"nr, polynomial, 1e6", "queryMany/polynomial", "queryManyHandPolynomial", "by hand", 1.5},
+         {"nr, formula, 1e6", "queryMany/formula", "queryManyHandFormula", "by hand", 1.5},
+         {"nr, Sellmeier, 1e6, workers", "queryManyWorkers/real_time", "queryManyHandSellmeier",
+          "by hand, one thread", 1.5}});
 }
