@@ -119,7 +119,7 @@ void qvEvaluation::finish(const Frame& frame) {
 std::complex<double> qvEvaluation::evaluate(qvNamedVariable& variable) {
     qvDefinition& definition = *variable.definition_;
     if (definition.usesItself) {
-        warnings_ += "Variable \"" + variable.name_ + "\" has circular reference\n";
+        warnUsesItself(variable);
         return 0;
     }
     for (const QVString& name : definition.unknown) {
@@ -159,7 +159,11 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
     };
     const std::vector<int> way = shortestCircle(static_cast<int>(members.size()), uses, position);
 
-    warnCircular(*members.front());
+    if (members.front()->definition_->usesItself) {
+        warnUsesItself(*members.front());
+    } else {
+        warnCircular(*members.front());
+    }
     QVString path, formulas;
     for (std::size_t i = 0; i < std::min(way.size(), longestCircle); ++i) {
         const qvNamedVariable& member = *members[static_cast<std::size_t>(way[i])];
@@ -172,6 +176,10 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
         formulas += numtoA(way.size() - longestCircle) + " more\n";
     }
     warnings_ += "Circular definition: " + path + members.front()->name_ + "\n" + formulas;
+}
+
+void qvEvaluation::warnUsesItself(const qvNamedVariable& variable) {
+    warnings_ += "Variable \"" + variable.name_ + "\" has circular reference\n";
 }
 
 void qvEvaluation::warnCircular(const qvNamedVariable& variable) {

@@ -30,6 +30,7 @@ private:
     std::complex<double> evaluate(qvNamedVariable& variable);
     void closeCircle(const std::vector<qvNamedVariable*>& members);
     void store(qvNamedVariable& variable, const std::complex<double>& value, std::uint64_t time);
+    void warnUsesItself(const qvNamedVariable& variable);
     void warnCircular(const qvNamedVariable& variable);
     void warnFailure(qvNamedVariable& variable, const char* message);
 

@@ -87,6 +87,12 @@ TEST_F(Evaluation, all_of_a_circle_is_0_and_what_uses_it_reads_0) {
     EXPECT_EQ(warnings(), "");
     space.Find("b")->SetValue(1);
     EXPECT_EQ(value("user"), 8.0);
+    space.Find("a")->SetExpression("a+b");
+    space.Find("b")->SetExpression("a");
+    EXPECT_EQ(value("a"), 0.0);
+    EXPECT_EQ(warnings(),
+              "Variable \"a\" has circular reference\n"
+              "Circular definition: a -> a\n   a = a+b\n");
 }
 
 TEST_F(Evaluation, circles_that_meet_are_0_whichever_is_read_first) {
