@@ -10,6 +10,7 @@ namespace qvplatform {
 QVCORE_API void pauseProcessor();
 /// Lets another thread run.
 QVCORE_API void yieldThread();
+/// Sleeps at least so long; a millisecond or more where the system counts in those.
 QVCORE_API void sleepMicroseconds(int microseconds);
 
 /// A thread of the system, started by startThread and given back by joinThread.

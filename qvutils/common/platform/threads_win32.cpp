@@ -1,7 +1,7 @@
 #include <process.h>
 
-#include <chrono>
-#include <thread>
+#include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "qvutils/common/platform/threads.h"
@@ -17,19 +17,36 @@ struct Call {
     Call* next;
 };
 
+std::atomic<bool> slotGone = false;
+
 void WINAPI runCalls(void* first) {
+    if (slotGone) return;  // freeing the slot calls this for every thread, with much gone already
     for (Call* call = static_cast<Call*>(first); call;) {
         call->function(call->argument);
         delete std::exchange(call, call->next);
     }
 }
 
+/// Freed when the library is unloaded or the program ends: a thread that ends later must not jump
+/// to code that is gone.
+struct Slot {
+    const DWORD value = FlsAlloc(runCalls);
+    Slot() = default;
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
+    ~Slot() {
+        slotGone = true;
+        FlsFree(value);
+    }
+};
+
 }  // namespace
 
 void atThreadExit(void (*function)(void*), void* argument) {
-    static const DWORD slot = FlsAlloc(runCalls);
-    auto* const before = static_cast<Call*>(FlsGetValue(slot));
-    FlsSetValue(slot, new Call{function, argument, before});
+    static const Slot slot;
+    if (slotGone) return;  // somebody else may have the number by now
+    auto* const before = static_cast<Call*>(FlsGetValue(slot.value));
+    FlsSetValue(slot.value, new Call{function, argument, before});
 }
 
 void pauseProcessor() {
@@ -41,7 +58,8 @@ void yieldThread() {
 }
 
 void sleepMicroseconds(int microseconds) {
-    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    // The system counts in milliseconds; the standard library's sleep rounds down, to none at all.
+    Sleep(static_cast<DWORD>((microseconds + 999) / 1000));
 }
 
 namespace {
@@ -96,8 +114,11 @@ void joinThread(Thread thread) {
 bool sleepWhileEqual(std::atomic<std::uint32_t>& word, std::uint32_t value,
                      std::int64_t nanoseconds) {
     Place& place = placeOf(&word);
-    const DWORD limit =
-        nanoseconds < 0 ? INFINITE : static_cast<DWORD>((nanoseconds + 999'999) / 1'000'000);
+    // Coming back early from a wait of weeks is allowed.
+    constexpr std::int64_t longest = 1'000'000'000;
+    const DWORD limit = nanoseconds < 0
+                            ? INFINITE
+                            : static_cast<DWORD>(std::min(nanoseconds / 1'000'000 + 1, longest));
     AcquireSRWLockExclusive(&place.lock);
     bool fine = true;
     // Who wakes changes the word first and passes the lock then: no change is missed between the

@@ -162,7 +162,9 @@ constexpr double startPatience = 10;  // seconds
 /// Calls `sleep` with the nanoseconds that are left until it returns false or they have passed.
 template <class Sleep>
 void patiently(double seconds, Sleep sleep) {
-    const std::int64_t end = qvSteadyNanoseconds() + static_cast<std::int64_t>(seconds * 1e9);
+    constexpr double longest = 1e9;  // infinity will do as well
+    const std::int64_t end =
+        qvSteadyNanoseconds() + static_cast<std::int64_t>(std::min(seconds, longest) * 1e9);
     for (;;) {
         const std::int64_t left = end - qvSteadyNanoseconds();
         if (left <= 0 || !sleep(left)) return;

@@ -116,6 +116,12 @@ TEST(Process, starts_programs_and_tells_when_there_is_none) {
     }
 }
 
+TEST(Threads, short_sleeps_are_not_cut_to_none) {
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) qvplatform::sleepMicroseconds(100);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2));
+}
+
 TEST(Clock, can_be_replaced_and_the_real_one_runs) {
     EXPECT_GE(qvplatform::localTime().year, 2024);
     const std::int64_t start = qvplatform::monotonicNanoseconds();

@@ -373,7 +373,7 @@ TEST(NestedTasks, get_every_worker_while_the_application_waits) {
     Gauge gauge;
     Loop loop([&](int, int, int) {
         gauge.inside([&] {
-            for (int i = 0; i < 5000 && gauge.most() < 2; ++i) qvplatform::sleepMicroseconds(100);
+            for (int i = 0; i < 500 && gauge.most() < 2; ++i) qvplatform::sleepMicroseconds(2000);
         });
     });
     Task task([&] {

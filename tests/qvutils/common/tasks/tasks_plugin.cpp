@@ -14,9 +14,17 @@ public:
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) int runALoop() {
+extern "C" {
+
+__attribute__((visibility("default"))) int runALoopAlone() {
     Count count;
-    qvTask::StartWorkerThreads(3);
     qvTask::SpawnLoopSync(&count, 1, 1000, 1, qverr());
     return count.sum;
 }
+
+__attribute__((visibility("default"))) int runALoop() {
+    qvTask::StartWorkerThreads(3);
+    return runALoopAlone();
+}
+
+}  // extern "C"
