@@ -112,5 +112,6 @@ void qvTask::getTimeStats(double& running, double& waiting, double& idle, double
     running = 1e-9 * double(timers.running);
     waiting = 1e-9 * double(timers.waiting);
     idle = 1e-9 * double(timers.idle);
-    elapsed = 1e-9 * double(qvplatform::monotonicNanoseconds() - timers.start);
+    const std::int64_t start = timers.start;
+    elapsed = start < 0 ? 0 : 1e-9 * double(qvplatform::monotonicNanoseconds() - start);
 }

@@ -85,6 +85,7 @@ public:
     static void ResetTimers();
     /// Seconds since the last reset: in tasks (sum over all threads), waiting in Sync for other
     /// threads, workers without work (sum; counted when they find some), and passed on the clock.
+    /// All 0 before the first measurement.
     static void getTimeStats(double& running, double& waiting, double& idle, double& elapsed);
 
 private:
