@@ -315,6 +315,10 @@ void queryManyWorkers(benchmark::State& state) {
     qvTask::StopWorkerThreads();
 }
 BENCHMARK(queryManyWorkers)->UseRealTime();
+void queryManyAlone(benchmark::State& state) {
+    queryMany(state, sellmeierMaterial);
+}
+BENCHMARK(queryManyAlone)->UseRealTime();
 
 void queryManyHandSellmeier(benchmark::State& state) {
     arrayHand<double>(state, HandSellmeier());
@@ -352,6 +356,6 @@ int main(int argc, char** argv) {
          {"nr, Sellmeier, 1e6", "queryMany/sellmeier", "queryManyHandSellmeier", "by hand", 1.5},
          {"nr, polynomial, 1e6", "queryMany/polynomial", "queryManyHandPolynomial", "by hand", 1.5},
          {"nr, formula, 1e6", "queryMany/formula", "queryManyHandFormula", "by hand", 1.5},
-         {"nr, Sellmeier, 1e6, workers", "queryManyWorkers/real_time", "queryManyHandSellmeier",
-          "by hand, one thread", 1.5}});
+         {"nr, Sellmeier, 1e6, workers", "queryManyWorkers", "queryManyAlone",
+          "without workers", 1}});
 }

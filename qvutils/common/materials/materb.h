@@ -77,17 +77,22 @@ public:
     /// The permittivity is the primary quantity: index and loss follow from it.
     bool useEpsilonFn() const;
 
-    // Refractive index, group index and loss.
+    // Refractive index, group index and loss. A single number is that along x; index and loss along
+    // an axis are those of the diagonal element of the permittivity (and permeability) there, in
+    // the axes of the waveguide. Neutral values are 1, and 0 for the loss.
     double nr(double mx, double my, double lambda, double T) const;
     DStensor nrani(double mx, double my, double lambda, double T) const;
+    /// The static index, from RIX_DC.
     DStensor nrDC(double mx, double my) const;
+    /// n - lambda dn/dlambda with the exact derivative, unless the file gives the group index.
     double ng(double mx, double my, double lambda, double T) const;
     double alpha(double mx, double my, double lambda, double T) const;
     DStensor alphaani(double mx, double my, double lambda, double T) const;
     DStensor getNrFromFullTensor(double mx, double my, double lambda, double T) const;
     DStensor getAlphaFromFullTensor(double mx, double my, double lambda, double T) const;
 
-    // Relative permittivity and permeability.
+    // Relative permittivity and permeability, in the axes of the waveguide: turned by crystal cut
+    // and RIX_ANIROTATION. aniEpsRot is getAniEpsFull.
     CStensor eps(double mx, double my, double lambda, double T) const;
     CStensor mu(double mx, double my, double lambda, double T) const;
     CFtensor getAniEpsFull(double mx, double my, double lambda, double T) const;
@@ -133,8 +138,9 @@ public:
     /// Photo-elastic coefficients of the three normal strains, and of all six.
     bool PhotoElasticTensor(double coefs[6][3]) const;
     bool PhotoElasticTensor(double coefs[6][6]) const;
-    /// Change of the index by an electric field in V/um, and by strains xx, yy, zz, yz, xz, xy
-    /// (shear strains twice the tensor's elements).
+    /// Change of the index along the axes by an electric field in V/um, and by strains xx, yy, zz,
+    /// yz, xz, xy (shear strains twice the tensor's elements), to first order. Fields, strains and
+    /// changes are along the axes of the waveguide, coefficients along those of the crystal.
     DStensor eo_dnr(double mx, double my, double lambda, double T, const double field[3]) const;
     DStensor str_dnr(double mx, double my, double lambda, double T, const double strain[6]) const;
 
