@@ -183,6 +183,8 @@ bool qvMaterialLoader::loadFile(const std::string& path, const std::string& incl
     errno = status.exists() && !status.isFile() ? EINVAL : ENOENT;
     Opened opened(status.isFile() ? path : "");
     if (!opened.file) {
+        // One that is there but held by somebody is worth another attempt.
+        if (status.exists()) contents_.files.back().modified = -1;
         qverr().setf(500, "Could not open material file %s: %s\n", path.c_str(),
                      qvplatform::errorText(errno).c_str());
         if (!includeLine.empty())

@@ -339,8 +339,12 @@ TEST_F(MaterbaseTest, queries_go_on_while_files_are_loaded_again) {
                 }
                 Materbase* same = nullptr;
                 ChangeMaterbase(same, path.c_str());
-                torn += same != base || same->MaterHandle("a", true) != a;
-                same->UnRef();
+                // Where a file cannot be replaced in one step it may be missing for a moment.
+                if (same) {
+                    torn += same != base || same->MaterHandle("a", true) != a;
+                    same->UnRef();
+                }
+                qverr().reset();
             }
         });
     for (int i = 2; i < 40; ++i) {
@@ -350,11 +354,14 @@ TEST_F(MaterbaseTest, queries_go_on_while_files_are_loaded_again) {
         do {
             std::filesystem::rename(directory_.file("new.mat"), path, failed);
         } while (failed);
-        LoadMaterbase(path.c_str())->UnRef();
+        Materbase* same = LoadMaterbase(path.c_str());
+        if (same) same->UnRef();
+        qverr().reset();
     }
     stop = true;
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(torn, 0);
+    LoadMaterbase(path.c_str())->UnRef();
     EXPECT_EQ(indexOf(a), 39);
     base->UnRef();
 }
