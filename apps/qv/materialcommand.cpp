@@ -42,7 +42,7 @@ bool query(Materbase& base, const MaterialOptions& options) {
     MaterialSheet sheet(*material, options);
     if (!sheet.readPoints()) return false;
     if (!options.plot.empty() && sheet.rows() == 1) {
-        tellError("--plot needs an argument that runs through values, such as --lambda 1.3:1.6:0.01");
+        tellError("--plot needs what runs through values, such as --lambda 1.3:1.6:0.01");
         return false;
     }
     const bool well = sheet.evaluate();

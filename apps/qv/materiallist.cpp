@@ -63,7 +63,8 @@ void writeCsv(const std::vector<Summary>& materials) {
     out << "\n";
     for (const Summary& material : materials) {
         for (const Column& column : columns)
-            out << (&column != columns ? "," : "") << csvField(cellText(material, column, number));
+            out << (&column != columns ? "," : "")
+                << csvField(cellText(material, column, number));
         out << "\n";
     }
 }
@@ -86,7 +87,8 @@ void writeAligned(const std::vector<Summary>& materials) {
     std::vector<std::string> lines(materials.size() + 1);
     for (const Column& column : columns) {
         std::vector<std::string> cells = {column.name};
-        for (const Summary& material : materials) cells.push_back(cellText(material, column, roundedNumber));
+        for (const Summary& material : materials)
+            cells.push_back(cellText(material, column, roundedNumber));
         const auto isEmpty = [](const std::string& cell) { return cell.empty(); };
         if (std::all_of(cells.begin() + 1, cells.end(), isEmpty)) continue;
         std::size_t width = 0;

@@ -27,8 +27,9 @@ class QuantityMethod : public QVCommandFNClass {
 public:
     explicit QuantityMethod(const qvMaterialQuantity& quantity)
         : quantity_(quantity),
-          help_((quantity.needsDensity ? "( mx, my, lambda, T, N ): " : "( mx, my, lambda[, T] ): ") +
-                std::string(quantity.help)) {
+          help_(quantity.needsDensity ? "( mx, my, lambda, T, N ): "
+                                      : "( mx, my, lambda[, T] ): ") {
+        help_ += quantity.help;
         if (quantity.tensor[0]) help_ += std::string(" ") + quantity.tensor;
     }
 
