@@ -52,7 +52,9 @@ double UserDefFunction::Value(double x) const {
         CodeError("UserDefFunction::Value before Prepare", "userDefFunc", __LINE__);
         return 0;
     }
-    if (xLimits && !(x >= xLower && x <= xUpper)) {
+    // An x at a limit that was written with 13 digits and read again is still inside.
+    const double rounding = (xMax - xMin) * 2e-13;
+    if (xLimits && !(x >= xLower - rounding && x <= xUpper + rounding)) {
         qverr().setf(4101, "polynomial \"%s\": x:%s was %.3g %s - out of range\n", name.Chars(),
                      xName.Chars(), x, xUnit.Chars());
         return 0;

@@ -70,7 +70,7 @@ public:
     int functionType;
     double xMin, xMax, yMin, yMax;
     bool xLimits, yLimits;
-    /// The x range that Value accepts: the limits and a little more.
+    /// The limits and a little more: the x range that Value accepts, but for rounding.
     double xLower, xUpper;
     double coefs[maxCoefs];
     int degree;
