@@ -67,6 +67,9 @@ public:
     bool RegisterFunction(QVFormulaFunction<T> function, QVText name, int arity,
                           const QVFunctionFacts<T>* facts = nullptr);
     bool RegisterConstant(QVText name, const T& value, QVText description);
+    /// Takes a registration back; expressions that use the function must be gone. False when there
+    /// is no function of that name.
+    bool RemoveFunction(QVText name);
     bool IsFunctionRegistered(QVText name) const { return findFunction(name.view()) != nullptr; }
     bool IsConstantRegistered(QVText name) const { return findConstant(name.view()) != nullptr; }
 

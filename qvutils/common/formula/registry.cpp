@@ -64,6 +64,17 @@ bool QVFuncParser<T>::RegisterConstant(QVText name, const T& value, QVText descr
 }
 
 template <class T>
+bool QVFuncParser<T>::RemoveFunction(QVText name) {
+    for (int i = 1; i <= functions_.size(); ++i) {
+        if (functions_[i].name.view() != name.view()) continue;
+        functions_.erase(i);
+        index();
+        return true;
+    }
+    return false;
+}
+
+template <class T>
 const FuncDataElt<T>* QVFuncParser<T>::findFunction(std::string_view name) const {
     const auto* found = functionIndex_.find(name);
     return found ? *found : nullptr;
