@@ -41,22 +41,6 @@ std::string userDirectory(int folder, const std::string& application) {
     return application.empty() ? base : joinPath(base, application);
 }
 
-/// An argument as the C runtime of the started program will read it back: a run of backslashes is
-/// doubled before a double quote and at the end.
-std::wstring quoted(const std::wstring& argument) {
-    if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == argument.npos) {
-        return argument;
-    }
-    std::wstring text = L"\"";
-    std::size_t backslashes = 0;
-    for (const wchar_t c : argument) {
-        if (c == L'"') text.append(backslashes + 1, L'\\');
-        backslashes = c == L'\\' ? backslashes + 1 : 0;
-        text += c;
-    }
-    return text.append(backslashes, L'\\') + L'"';
-}
-
 }  // namespace
 
 int processId() { return static_cast<int>(GetCurrentProcessId()); }
@@ -126,11 +110,7 @@ bool startProcess(const std::vector<std::string>& arguments) {
         errno = EINVAL;
         return false;
     }
-    std::wstring line;
-    for (const std::string& argument : arguments) {
-        if (!line.empty()) line += L' ';
-        line += quoted(toWide(argument));
-    }
+    std::wstring line = commandLine(arguments);
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION process{};

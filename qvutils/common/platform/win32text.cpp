@@ -6,6 +6,26 @@
 
 namespace qvplatform {
 
+namespace {
+
+/// An argument as the C runtime of the started program will read it back: a run of backslashes is
+/// doubled before a double quote and at the end.
+std::wstring quoted(const std::wstring& argument) {
+    if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == argument.npos) {
+        return argument;
+    }
+    std::wstring text = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : argument) {
+        if (c == L'"') text.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return text.append(backslashes, L'\\') + L'"';
+}
+
+}  // namespace
+
 std::wstring toWide(const std::string& text) {
     const int size = static_cast<int>(text.size());
     const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
@@ -21,6 +41,15 @@ std::string toUtf8(const wchar_t* text) {
     WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), length, nullptr, nullptr);
     narrow.pop_back();
     return narrow;
+}
+
+std::wstring commandLine(const std::vector<std::string>& arguments) {
+    std::wstring line;
+    for (const std::string& argument : arguments) {
+        if (!line.empty()) line += L' ';
+        line += quoted(toWide(argument));
+    }
+    return line;
 }
 
 void setErrnoFromSystem() {
