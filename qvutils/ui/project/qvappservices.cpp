@@ -2,6 +2,7 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/project/qvprojnode.h"
+#include "qvutils/ui/project/qvscriptserver.h"
 
 qvAppServices::~qvAppServices() = default;
 
@@ -17,7 +18,16 @@ QVCommandBase* qvAppServices::commandObject() {
     return nullptr;
 }
 
+qvScriptServer* qvAppServices::scriptServer() {
+    return nullptr;
+}
+
 bool qvAppServices::askUser(const std::string&) {
+    return false;
+}
+
+bool qvAppServices::askText(const std::string&, const std::string& question, std::string&) {
+    qverr().setf("%s\nnobody is there to answer\n", question.c_str());
     return false;
 }
 
@@ -27,3 +37,5 @@ bool qvAppServices::openView(qvProjectNode& node, bool) {
 }
 
 void qvAppServices::setBusy(bool) {}
+
+qvScriptServer::~qvScriptServer() = default;
