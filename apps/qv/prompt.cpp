@@ -43,21 +43,12 @@ public:
         const size_t first = lines.size() > mostHistory ? lines.size() - mostHistory : 0;
         std::string text;
         for (size_t i = first; i < lines.size(); ++i) text += lines[i] + "\n";
-        makeDirectories(directory_);
+        qvplatform::makeDirectories(directory_);
         qvplatform::SafeFile file;
         if (file.open(path_) && file.write(text)) file.commit();
     }
 
 private:
-    static void makeDirectories(const std::string& path) {
-        qvplatform::FileSystem& files = qvplatform::fileSystem();
-        if (path.empty() || files.status(path).isDirectory()) return;
-        size_t end = path.size();
-        while (end > 0 && !qvplatform::isPathSeparator(path[end - 1])) --end;
-        if (end > 1) makeDirectories(path.substr(0, end - 1));
-        files.makeDirectory(path, true);
-    }
-
     std::string directory_;
     std::string path_;
     std::vector<std::string> added_;

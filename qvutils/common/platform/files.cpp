@@ -86,6 +86,15 @@ std::string joinPath(const std::string& directory, const std::string& name) {
     return directory + pathSeparator() + name;
 }
 
+bool makeDirectories(const std::string& path) {
+    std::size_t end = path.size();
+    while (end > 0 && isPathSeparator(path[end - 1])) --end;
+    const std::string whole = path.substr(0, end);
+    if (whole.empty() || fileSystem().status(whole).isDirectory()) return true;
+    while (end > 0 && !isPathSeparator(path[end - 1])) --end;
+    return makeDirectories(path.substr(0, end)) && fileSystem().makeDirectory(whole, true);
+}
+
 std::size_t translateLineEnds(char* text, std::size_t length) {
     const char* read = text;
     const char* const end = text + length;

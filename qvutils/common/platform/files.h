@@ -99,6 +99,10 @@ QVCORE_API bool isPathSeparator(char c);
 /// `directory` and `name` with one separator between; an empty directory gives the name alone.
 QVCORE_API std::string joinPath(const std::string& directory, const std::string& name);
 
+/// Makes a directory, private to the user, and those above it that are missing. False, with the
+/// cause in `errno`, when that fails.
+QVCORE_API bool makeDirectories(const std::string& path);
+
 /// The path behind all symbolic links at the end of `path`; the last of them may point to nothing.
 QVCORE_API std::string followLinks(const std::string& path);
 
