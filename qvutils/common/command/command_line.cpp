@@ -117,6 +117,7 @@ void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
             if (resolve(statement, lastMethod::called, false, element)) {
                 result = qvValueText(element);
             }
+            globals_->noteShown(element);
             return;
         }
     }

@@ -1,5 +1,11 @@
 #include "qvutils/common/command/commandglobals.h"
 
+namespace {
+
+constexpr std::string_view shownName = "_";
+
+}  // namespace
+
 bool qvCommandGlobals::isReference(const QVCommandElt& element) {
     return element.getObject() && !element.IsCopy();
 }
@@ -44,10 +50,25 @@ void qvCommandGlobals::removeReferences(void* object) {
 }
 
 const std::string* qvCommandGlobals::nameOf(const void* object) const {
-    const auto entry = byObject_.find(object);
-    return entry == byObject_.end() ? nullptr : entry->second;
+    const auto [first, last] = byObject_.equal_range(object);
+    for (auto entry = first; entry != last; ++entry) {
+        if (*entry->second != shownName) return entry->second;
+    }
+    return nullptr;
 }
 
 void qvCommandGlobals::appendNames(std::vector<std::string>& names) const {
-    for (const auto& [name, element] : byName_) names.push_back(name);
+    for (const auto& [name, element] : byName_) {
+        if (name != shownName) names.push_back(name);
+    }
+}
+
+void qvCommandGlobals::noteShown(const QVCommandElt& shown) {
+    const bool isObject = shown.getObject() != nullptr;
+    if (isObject) {
+        set(shownName, shown);
+    } else if (hasShown_) {
+        remove(shownName);
+    }
+    hasShown_ = isObject;
 }

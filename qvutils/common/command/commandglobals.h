@@ -15,9 +15,12 @@ public:
     void set(std::string_view name, const QVCommandElt& element);
     bool remove(std::string_view name);
     void removeReferences(void* object);
-    /// Null when no variable refers to the object.
+    /// Null when no variable but `_` refers to the object.
     const std::string* nameOf(const void* object) const;
     void appendNames(std::vector<std::string>& names) const;
+    /// Makes `_` name the object that a statement has shown; after anything else there is no `_`.
+    /// It is not among the names that are listed.
+    void noteShown(const QVCommandElt& shown);
 
     static bool isReference(const QVCommandElt& element);
 
@@ -29,4 +32,5 @@ private:
     };
     std::unordered_map<std::string, QVCommandElt, Hash, std::equal_to<>> byName_;
     std::unordered_multimap<const void*, const std::string*> byObject_;  // references alone
+    bool hasShown_ = false;
 };

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/object/qvmembers.h"
 #include "qvutils/common/object/qvpublishedparameters.h"
 
 const qvClassInfo QVObject::cinfo_QVObject("QVObject", nullptr, nullptr, qvCreateObject<QVObject>);
@@ -61,6 +62,10 @@ bool QVObject::findPublishedElt(std::string_view name, bool withTexts, QVCommand
     request_ = &request;
     publishAnswers(request);
     PublishFn("objtype", &QVObject::objectType, "get the object type");
+    PublishFn("objmembers", qvListMembers,
+              "(): get all members, one a line: name, type, ro or rw, help text, with tabs between");
+    PublishFn("objmember", qvDescribeMember,
+              "( name ): get the type of a member, and in the next line its value or index range");
     request_ = outer;
     return request.found();
 }

@@ -165,6 +165,16 @@ TEST_F(CommandLine, references_name_objects) {
     EXPECT_EQ(run("Del g"), "!could not find \"g\"\n or this is not a reference\n");
 }
 
+TEST_F(CommandLine, the_object_shown_last_can_be_referred_to) {
+    EXPECT_EQ(run("app.add(a); _.name; _.name"), "????\na\n!could not find item \"_.name\"\n");
+    run("app.add(b); Ref& b = _; app.copyof(); Ref& c = _; app.width");
+    EXPECT_EQ(run("b.name = x; c.width = 7; b; c.width"), "!\"b.name\" is read only!\n????\n7\n");
+    EXPECT_EQ(run("b; app.add(d).name; Ref& e = _"), "????\nd\n!could not find item \"_\"\n");
+    EXPECT_EQ(run("b; _.remove(); _"), "????\n!could not find item \"_\"\n");
+    run("app.find(a)");
+    EXPECT_EQ(session.getGVARCommandName(root.parts[1]), "");
+}
+
 TEST_F(CommandLine, copies_are_independent_values) {
     run("app.width = 3; Set w = app.area(2); app.width = 0");
     EXPECT_EQ(run("w; w = 8; w; Set w = app.area(1); w"), "6\n8\n0\n");

@@ -18,7 +18,7 @@ public:
             "first", [](Publisher&) { return 1; }, "(): 1");
         PublishFn("number", &Publisher::Number, [this] {
             ++helpsComputed;
-            return QVString("computed");
+            return QVString("com\tpu\\ted\n");
         });
         PublishFn(
             "first", [](Publisher&) { return 2; }, "(): hidden by the first one");
@@ -81,7 +81,27 @@ TEST_F(Published, things_are_found_by_their_whole_name) {
 TEST_F(Published, computed_help_is_computed_when_asked_for) {
     EXPECT_STREQ(publisher.getPublishedElt("number").getDescription(), "");
     EXPECT_EQ(publisher.helpsComputed, 0);
-    EXPECT_STREQ(publisher.getPublishedElt("number", true).getDescription(), "computed");
+    EXPECT_STREQ(publisher.getPublishedElt("number", true).getDescription(), "com\tpu\\ted\n");
+}
+
+TEST_F(Published, members_are_told_to_programs) {
+    const QVString list = call("objmembers", "");
+    EXPECT_TRUE(
+        list.view().starts_with("first\tFUNCTION\trw\t(): 1\n"
+                                "kept\tMATRIX<FLOAT>\tro\ta container"));
+    EXPECT_NE(list.view().find("\nnumber\tFUNCTION\trw\tcom\\tpu\\\\ted\\n\n"), std::string::npos);
+    publisher.numbers.append(7);
+    const std::pair<const char*, const char*> members[] = {{"value", "FLOAT\n1"},
+                                                           {"first", "FUNCTION"},
+                                                           {"numbers", "LIST<INTEGER>\n1 1"},
+                                                           {"others", "LIST<Publisher>\n1 0"},
+                                                           {"kept", "MATRIX<FLOAT>\n1 2 2 3"},
+                                                           {"objtype", "FUNCTION"}};
+    for (const auto& [name, description] : members) {
+        EXPECT_EQ(call("objmember", name), description) << name;
+    }
+    EXPECT_EQ(call("objmember", "valu"), "");
+    EXPECT_STREQ(qverr().chars_and_reset(), "could not find item \"valu\"\n");
 }
 
 TEST_F(Published, every_argument_type_is_converted) {
