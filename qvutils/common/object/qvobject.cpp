@@ -62,8 +62,9 @@ bool QVObject::findPublishedElt(std::string_view name, bool withTexts, QVCommand
     request_ = &request;
     publishAnswers(request);
     PublishFn("objtype", &QVObject::objectType, "get the object type");
-    PublishFn("objmembers", qvListMembers,
-              "(): get all members, one a line: name, type, ro or rw, help text, with tabs between");
+    PublishFn(
+        "objmembers", qvListMembers,
+        "(): get all members, one a line: name, type, ro or rw, help text, with tabs between");
     PublishFn("objmember", qvDescribeMember,
               "( name ): get the type of a member, and in the next line its value or index range");
     request_ = outer;
