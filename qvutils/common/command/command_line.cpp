@@ -73,7 +73,7 @@ bool QVCommandBase::Execute(const char* text) {
 bool QVCommandBase::ParseCommand(const char* command, const char* comment, int flags) {
     hints_.clear();
     QVString result;
-    runStatement(command, result);
+    gaveValue_ = runStatement(command, result);
     if (qverr()) {
         result = QVString();
         failed_ = true;
@@ -89,28 +89,32 @@ bool QVCommandBase::tell(const char* command, const char* comment, const char* r
 
 /// statement := "Ref&" name "=" path | "Set" name "=" path | "Del" name | "help" [ path ]
 ///            | path "=" text | path | nothing
-void QVCommandBase::runStatement(std::string_view statement, QVString& result) {
+/// True when it has a value.
+bool QVCommandBase::runStatement(std::string_view statement, QVString& result) {
     const std::size_t assignment = qvFindAssignment(statement);
     std::string_view rest = statement;
     const std::string_view word = qvTakeWord(rest);
     switch (classify(word, assignment != statement.npos)) {
         case Form::empty:
-            return;
+            return false;
         case Form::reference:
         case Form::copy: {
             const std::string_view name =
                 qvTrimmed(statement.substr(word.size(), assignment - word.size()));
             const std::string_view path = qvTrimmed(statement.substr(assignment + 1));
-            return word == "Set" ? defineCopy(name, path) : defineReference(name, path);
+            word == "Set" ? defineCopy(name, path) : defineReference(name, path);
+            return false;
         }
         case Form::deletion:
-            return deleteReference(rest);
+            deleteReference(rest);
+            return false;
         case Form::help:
             return help(rest, result);
         case Form::assignment: {
             const std::string left(qvTrimmed(statement.substr(0, assignment)));
             const QVString right = qvUnquote(statement.substr(assignment + 1));
-            return SetParam(left.c_str(), right);
+            SetParam(left.c_str(), right);
+            return false;
         }
         case Form::path: {
             QVCommandElt element;
@@ -173,7 +177,7 @@ void QVCommandBase::deleteReference(std::string_view name) {
     }
 }
 
-void QVCommandBase::help(std::string_view path, QVString& result) {
+bool QVCommandBase::help(std::string_view path, QVString& result) {
     if (path.empty()) {
         result =
             "Statements:\n path  path(arguments)  path = value  Ref& name = path\n"
@@ -181,10 +185,12 @@ void QVCommandBase::help(std::string_view path, QVString& result) {
         std::vector<std::string> names;
         listRoots(names);
         for (const std::string& name : names) result += QVString(" ") + name.c_str() + "\n";
-        return;
+        return true;
     }
     QVCommandElt element;
-    if (resolve(path, lastMethod::asWritten, true, element)) result = qvHelpText(element);
+    if (!resolve(path, lastMethod::asWritten, true, element)) return false;
+    result = qvHelpText(element);
+    return true;
 }
 
 void QVCommandBase::SetParam(const char* lhs, const char* rhs) {

@@ -58,6 +58,10 @@ public:
     /// Runs a text of statements, separated by ';' or line ends. True when all of them were run
     /// and none failed.
     bool Execute(const char* text);
+    /// How many texts are being run inside one another; 0 when none is.
+    int getNesting() const { return nesting_; }
+    /// The last statement has a value, though perhaps an empty text.
+    bool gaveValue() const { return gaveValue_; }
 
     /// The element that a path names; empty, with an error posted, when there is none. Methods in
     /// the path are called; the last one only when its brackets are there.
@@ -95,12 +99,12 @@ private:
 
     bool ParseCommand(const char* command, const char* comment, int flags);
     bool tell(const char* command, const char* comment, const char* result, int flags);
-    void runStatement(std::string_view statement, QVString& result);
+    bool runStatement(std::string_view statement, QVString& result);
     static Form classify(std::string_view firstWord, bool hasAssignment);
     void defineReference(std::string_view name, std::string_view path);
     void defineCopy(std::string_view name, std::string_view path);
     void deleteReference(std::string_view name);
-    void help(std::string_view path, QVString& result);
+    bool help(std::string_view path, QVString& result);
     bool resolve(std::string_view text, lastMethod last, bool withTexts, QVCommandElt& element,
                  bool* called = nullptr);
     bool enterRoot(std::string_view name, std::string_view path, QVCommandElt& element);
@@ -116,5 +120,6 @@ private:
     int line_ = 0;
     int nesting_ = 0;
     bool failed_ = false;
+    bool gaveValue_ = false;
     bool unwinding_ = false;  ///< texts ran each other too deep: all of them end
 };
