@@ -10,6 +10,14 @@
 
 namespace {
 
+/// A message about a formula and the place in it.
+std::string told(const Error& error, const QVString& formula, const QVFormulaFault& fault) {
+    std::string text = error.chars();
+    if (!text.ends_with('\n')) text += '\n';
+    text += qvShowFault(formula, fault).view();
+    return text;
+}
+
 void prepareNumber(WeightComponent& component, const std::vector<WeightParam>&) {
     component.current = component.number.GetValue();
 }
@@ -23,9 +31,8 @@ void prepareFormula(WeightComponent& component, const std::vector<WeightParam>& 
         for (const WeightParam& param : params) formula.DeclareParam(param.name, "");
         Error error;
         if (!formula.Compile(error)) {
-            component.flaw = "weighting formula: ";
-            component.flaw += error.chars();
-            component.flaw += qvShowFault(component.text, formula.getFault()).view();
+            component.flaw =
+                "weighting formula: " + told(error, component.text, formula.getFault());
             return;
         }
     }
@@ -70,8 +77,8 @@ double formulaValue(const WeightComponent& component, double t, const WeightRang
     Error error;
     const double value = component.formula.Evaluate(arguments, error);
     if (error) {
-        qverr().setf("weighting formula at t = %s: %s%s", qvShortestText(t).Chars(), error.chars(),
-                     qvShowFault(component.text, arguments.getFault()).Chars());
+        qverr().setf("weighting formula at t = %s: %s", qvShortestText(t).Chars(),
+                     told(error, component.text, arguments.getFault()).c_str());
     }
     return value;
 }
