@@ -129,6 +129,7 @@ void Host::echo(const char* command) {
 }
 
 bool Host::OnParseCommand(const char* command, const char* result, int flags) {
+    if (isForAnswer()) return qvCommandObject::OnParseCommand(command, result, flags);
     if (flags == aboutToRun) {
         if (options_.echo) echo(command);
         return true;
@@ -140,6 +141,7 @@ bool Host::OnParseCommand(const char* command, const char* result, int flags) {
 }
 
 void Host::OnCommandError(int line, const char* statement, const char* message) {
+    if (isForAnswer()) return;
     failed_ = true;
     std::fflush(stdout);
     if (!hidePlaces_) {
