@@ -43,6 +43,8 @@ enum class SocketOwner {
     cannotTell
 };
 
+enum class ListenResult { listening, portTaken, failed };
+enum class AcceptResult { accepted, nobody, failed };
 enum class ConnectResult { connected, timeout, failed };
 
 /// A listening or connected socket, closed at destruction. Not to be used from several threads at
@@ -63,9 +65,9 @@ public:
 
     /// `address` in numbers; port 0 takes a free one. No other program can listen on the same
     /// address and port.
-    bool listen(const std::string& address, int port, int backlog);
-    /// Takes the next client of a listening socket; a socket that is not open when there is none.
-    TcpSocket accept();
+    ListenResult listen(const std::string& address, int port, int backlog);
+    /// Takes the next client that waits at this listening socket, if there is one.
+    AcceptResult accept(TcpSocket& client);
     /// `address` in numbers.
     ConnectResult connect(const std::string& address, int port, int timeoutMs);
 
@@ -94,6 +96,9 @@ public:
 private:
     explicit TcpSocket(std::intptr_t handle) : handle_(handle) {}
     void prepareConnected();
+    /// False once the connection has been reset or given up; a peer that only stopped sending is
+    /// still there.
+    bool isConnectedStill() const;
     bool setWait(int option, int& current, int waitMs);
 
     std::intptr_t handle_ = -1;

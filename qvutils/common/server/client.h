@@ -5,8 +5,8 @@
 #include "qvutils/common/server/frame.h"
 #include "qvutils/common/server/waiting.h"
 
-/// The other end of a Server. Failures are reported to the diagnostic streams, not to qverr(). To be
-/// used from one thread.
+/// The other end of a Server. Failures are reported to the diagnostic streams, not to qverr(). To
+/// be used from one thread.
 ///
 /// A copy shares the connection with its original and closes it for both; it ends with the last
 /// copy. Timeouts, the callback and the last reply are each copy's own.
@@ -41,7 +41,7 @@ public:
     /// exchange should have been answered: a server that has not yet come to it may drop it.
     bool sendMessageBlind(const char* text);
     /// The same for data; `size` receives the size of the reply.
-    const char* sendData(unsigned& size, const void* data, unsigned length);
+    const char* sendData(unsigned& size, const void* data, std::size_t length);
 
     /// `function(arg)` is called every `intervalMs` while a reply is waited for. It may close the
     /// connection.

@@ -50,32 +50,32 @@ private:
     unsigned length_ = 0;
 };
 
-/// Where frames come from. receive() returns up to `size` bytes, all of them if `all` is set and
-/// they come in time, or one of the outcomes of qvplatform::TcpSocket: it waits at most `waitMs`.
+/// Where frames come from.
 class QVCORE_API qvFrameSource {
 public:
     virtual ~qvFrameSource();
-    virtual long receive(void* data, std::size_t size, int waitMs, bool all) = 0;
+    /// Up to `size` bytes, or an outcome of qvplatform::TcpSocket: waits for a while only. Inside
+    /// of a frame all bytes are wanted, if they come in that while.
+    virtual long receive(void* data, std::size_t size, bool insideFrame) = 0;
     /// Called after each wait in which nothing came; false gives up.
-    virtual bool goOn() = 0;
+    virtual bool goOn(bool insideFrame) = 0;
 };
 
 enum class qvFrameResult {
+    none = -1,  ///< given up before a frame began
     complete = 0,
     closed = 1,         ///< the other side closed the connection
-    protocolError = 2,  ///< or the connection broke; the message tells what is wrong
+    protocolError = 2,  ///< or the connection broke, or the frame was given up
 };
 
 struct qvFrameLimits {
     /// A longer payload is a protocol error, before any memory is taken for it.
     unsigned largest = qvFrameDefaultLimit;
-    /// Without any new byte for so long inside a frame, the frame is a protocol error.
+    /// A frame in which nothing comes for so long is a protocol error.
     int stallMs = 10'000;
-    /// How long one wait lasts.
-    int waitMs = 100;
 };
 
 /// Waits for a frame and reads it into `buffer`. The header must come in one piece. Memory for a
-/// long payload is taken as it arrives. For protocolError `message` tells why.
+/// long payload is taken as it arrives. For protocolError `message` tells what is wrong.
 QVCORE_API qvFrameResult qvReadFrame(qvFrameSource& source, const qvFrameLimits& limits,
                                      qvFrameBuffer& buffer, std::string& message);

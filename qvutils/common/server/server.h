@@ -1,7 +1,9 @@
 #pragma once
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "qvutils/common/platform/socket.h"
 #include "qvutils/common/server/frame.h"
 #include "qvutils/common/server/waiting.h"
 #include "qvutils/common/text/qvstring.h"
@@ -40,16 +42,17 @@ public:
     bool isInitialised() const;
     bool isConnected() const;
     /// The name of this machine; empty on failure.
-    QVString localhost() const;
+    QVString localhost();
     /// The port that the server listens on; 0 when there is none.
-    int localport() const;
+    int localport();
     /// The client's address, "127.0.0.1:40312"; empty without one.
     std::string peer() const;
 
     /// Waits for a client if there is none, then for its next frame, and returns the payload, of
     /// `size` bytes, followed by a NUL: it stays until the next call. Null when none came within
-    /// `seconds` and `milliseconds`; negative seconds wait without end. Null at once when the client
-    /// has gone or was dropped, or after interrupt(). A frame without payload gives "" and size 0.
+    /// `seconds` and `milliseconds`; negative seconds wait without end. Null at once when the
+    /// client has gone or was dropped, or after interrupt(). A frame without payload gives "" and
+    /// size 0.
     const char* getData(unsigned& size, int seconds = 0, int milliseconds = 0);
     /// The same for a text. What follows a NUL inside of the payload does not belong to it.
     const char* getMessage(int seconds = 0, int milliseconds = 0);
@@ -59,7 +62,7 @@ public:
     /// Sends one frame to the client: a text with its NUL, or data. False without a client, or when
     /// it has gone; it is dropped then.
     bool sendMessage(const char* text);
-    bool sendData(const void* data, unsigned size);
+    bool sendData(const void* data, std::size_t size);
 
     /// `function(arg)` is called every `intervalMs` while the server waits. It may use interrupt(),
     /// disconnect() and Close(), but neither receive nor destroy the server. Null takes it away.
@@ -86,12 +89,17 @@ private:
     struct Sockets;
     class Source;
 
-    bool FindorCreateSock(qvWait& wait);
+    bool listenOn(const std::vector<std::string>& addresses, int port, int backlog);
+    bool FindorCreateSock(const qvWait& wait);
     bool accept(std::size_t listener);
-    bool isWelcome(const std::string& host);
-    bool goOn(qvWait& wait);
+    bool isWelcome(const qvplatform::TcpSocket& client, const std::string& host);
+    bool goOn();
+    bool goOnWaiting(const qvWait& wait);
+    void dropClient();
     void report(const std::string& line, bool isFailure);
-    void fail(const std::string& line) { report(line, true); }
+    /// Returns false.
+    bool fail(const std::string& line);
+    bool failWithCause(const std::string& line);
 
     std::shared_ptr<Sockets> sockets_;
     ServerSettings settings_;
@@ -100,5 +108,4 @@ private:
     void* logArg_ = nullptr;
     qvFrameBuffer buffer_;
     std::string lastError_;
-    bool receiving_ = false;
 };

@@ -1,0 +1,2 @@
+#include "qvutils/common/platform/socket.h"
+#include "qvutils/common/platform/socketaddress.h"
