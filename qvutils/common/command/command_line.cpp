@@ -118,14 +118,14 @@ bool QVCommandBase::runStatement(std::string_view statement, QVString& result) {
         }
         case Form::path: {
             QVCommandElt element;
-            if (resolve(statement, lastMethod::called, false, element)) {
-                result = qvValueText(element);
-            }
+            const bool found = resolve(statement, lastMethod::called, false, element);
+            if (found) result = qvValueText(element);
             globals_->noteShown(element);
-            return;
+            return found;
         }
     }
     CodeError("QVCommandBase::ParseCommand", "command_line", __LINE__);
+    return false;
 }
 
 QVCommandBase::Form QVCommandBase::classify(std::string_view firstWord, bool hasAssignment) {
