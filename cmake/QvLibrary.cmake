@@ -11,8 +11,20 @@ add_library(qvcore ${objects})
 add_library(qvcore::qvcore ALIAS qvcore)
 set_target_properties(qvcore PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
                                         SOVERSION ${PROJECT_VERSION_MAJOR}
+                                        RUNTIME_OUTPUT_NAME qvcore-${PROJECT_VERSION_MAJOR}
                                         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
-target_compile_features(qvcore PUBLIC cxx_std_20)
+set(libraries qvcore)
+
+# On Windows programs that load plug-ins need a shared one, even where the library is static.
+if(WIN32 AND NOT BUILD_SHARED_LIBS)
+    add_library(qvcore_dll SHARED ${objects})
+    add_library(qvcore::dll ALIAS qvcore_dll)
+    set_target_properties(qvcore_dll PROPERTIES LINKER_LANGUAGE CXX EXPORT_NAME dll
+                                                RUNTIME_OUTPUT_NAME qvcore-${PROJECT_VERSION_MAJOR}
+                                                RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    target_compile_definitions(qvcore_dll INTERFACE QVCORE_SHARED)
+    list(APPEND libraries qvcore_dll)
+endif()
 
 # The umbrella header names every public header of every room.
 set(umbrella_folder ${PROJECT_BINARY_DIR}/umbrella)
@@ -20,14 +32,18 @@ list(TRANSFORM public_headers REPLACE "(.+)" "#include \"\\1\"" OUTPUT_VARIABLE 
 list(JOIN include_lines "\n" include_lines)
 file(CONFIGURE OUTPUT ${umbrella_folder}/qvcore.h CONTENT "#pragma once\n\n${include_lines}\n")
 
-target_include_directories(qvcore PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-                                         $<BUILD_INTERFACE:${umbrella_folder}>
-                                         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qvcore>)
-target_compile_definitions(qvcore PUBLIC $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
-target_link_libraries(qvcore PUBLIC Threads::Threads PRIVATE $<BUILD_INTERFACE:qv_compile>)
-foreach(external IN LISTS externals)
-    target_link_libraries(qvcore PRIVATE $<BUILD_INTERFACE:${external}>)
+foreach(library IN LISTS libraries)
+    target_compile_features(${library} PUBLIC cxx_std_20)
+    target_include_directories(${library}
+        PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${umbrella_folder}>
+               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qvcore>)
+    target_link_libraries(${library} PUBLIC Threads::Threads PRIVATE $<BUILD_INTERFACE:qv_compile>)
+    foreach(external IN LISTS externals)
+        target_link_libraries(${library} PRIVATE $<BUILD_INTERFACE:${external}>)
+    endforeach()
 endforeach()
+target_compile_definitions(qvcore PUBLIC $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
+include(qvcorePlugins)
 
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvcore)
@@ -39,10 +55,11 @@ set(pc_definitions $<$<BOOL:${BUILD_SHARED_LIBS}>:-DQVCORE_SHARED>)
 configure_file(cmake/qvcore.pc.in qvcore.pc.in @ONLY)
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/qvcore.pc INPUT ${PROJECT_BINARY_DIR}/qvcore.pc.in)
 
-install(TARGETS qvcore EXPORT qvcoreTargets)
+install(TARGETS ${libraries} EXPORT qvcoreTargets)
 install(EXPORT qvcoreTargets NAMESPACE qvcore:: DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/qvcoreConfig.cmake
-              ${PROJECT_BINARY_DIR}/qvcoreConfigVersion.cmake DESTINATION ${package_dir})
+              ${PROJECT_BINARY_DIR}/qvcoreConfigVersion.cmake
+              ${PROJECT_SOURCE_DIR}/cmake/qvcorePlugins.cmake DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/qvcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES ${umbrella_folder}/qvcore.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvcore)
 foreach(header IN LISTS public_headers)

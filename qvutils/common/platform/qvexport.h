@@ -1,13 +1,13 @@
 #pragma once
 
-/// QVCORE_API marks what the library exports when it is built as a shared library.
+/// QVCORE_API marks what the library exports to programs that link it shared, and to plug-ins.
 #if defined(_WIN32)
-#if !defined(QVCORE_SHARED)
-#define QVCORE_API
-#elif defined(QVCORE_BUILDING)
+#if defined(QVCORE_BUILDING)
 #define QVCORE_API __declspec(dllexport)
-#else
+#elif defined(QVCORE_SHARED)
 #define QVCORE_API __declspec(dllimport)
+#else
+#define QVCORE_API
 #endif
 #else
 #define QVCORE_API __attribute__((visibility("default")))
