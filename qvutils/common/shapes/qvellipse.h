@@ -29,15 +29,12 @@ public:
     std::vector<PointT<double>> getOutline(double tolerance) const override;
     std::unique_ptr<QVShape> CreateExpandedShape(double distance) const override;
     std::unique_ptr<QVShape> CreateRotatedShape(double angle) const override;
-    bool ParseString(const char* text) override;
     QVString getDefString() const override;
     bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
-    bool operator==(const QVShape& other) const override;
-    bool Check() const override;
     void OnPublish() override;
 
 protected:
-    void forEachParameter(const std::function<void(Parameter)>& visit) override;
+    void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
+    std::size_t requiredDimensions() const override { return 2; }
     RectT<double> getTurnedBoundingRect(const QVRotation& turn) const override;
-    void takeDimensions(const QVShape& other) override;
 };

@@ -47,13 +47,13 @@ public:
     bool setSize(double w, double h) override;
     bool ParseString(const char* text) override;
     bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
-    bool operator==(const QVShape& other) const override;
     bool Check() const override;
     void OnPublish() override;
 
 protected:
-    void forEachParameter(const std::function<void(Parameter)>& visit) override;
-    void takeDimensions(const QVShape& other) override;
+    void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
+    std::size_t requiredDimensions() const override { return 6; }
+    void makeRoomFor(const QVShape& other) override;
     std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices) const override;
 
 private:

@@ -29,14 +29,11 @@ public:
     void getSize(double& w, double& h) const override;
     bool setSize(double w, double h) override;
     std::unique_ptr<QVShape> CreateRotatedShape(double angle) const override;
-    bool ParseString(const char* text) override;
     bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
-    bool operator==(const QVShape& other) const override;
-    bool Check() const override;
     void OnPublish() override;
 
 protected:
-    void forEachParameter(const std::function<void(Parameter)>& visit) override;
-    void takeDimensions(const QVShape& other) override;
+    void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
+    std::size_t requiredDimensions() const override { return 4; }
     std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices) const override;
 };

@@ -3,6 +3,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -14,6 +15,23 @@
 #include "qvutils/common/text/checksum.h"
 
 class QVShape;
+
+/// A parameter of a shape, and what its values must be.
+struct QVDimension {
+    enum Need { finite, positive, vertexCount };
+
+    std::variant<qvParameter<double>*, qvParameter<int>*> parameter;
+    const char* name;
+    Need need = positive;
+
+    /// Calls `function` with the parameter itself.
+    template <class F>
+    auto with(F function) const {
+        return std::visit([&](auto* p) { return function(*p); }, parameter);
+    }
+    /// Null for a value that will do, else what is wrong: "must be a positive number".
+    const char* flawOf(double value) const;
+};
 
 struct QVCircle {
     PointT<double> centre;
@@ -102,7 +120,7 @@ public:
     virtual CheckSum GetCheckSum() const;
     /// Reads what stands between the brackets of the text form, cut at each comma outside brackets.
     /// False after SyntaxErr; the shape then keeps its parameters.
-    virtual bool ParseString(const char* text) = 0;
+    virtual bool ParseString(const char* text);
     /// The text form, of which ParseString reads the inner part.
     virtual QVString getDefString() const;
     virtual const char* getDefStringComment() const { return getKind().parameters; }
@@ -116,13 +134,13 @@ public:
     virtual bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) = 0;
     virtual bool AreAllParametersValues() const;
     /// The same kind with equal parameters; see qvParameter.
-    virtual bool operator==(const QVShape& other) const = 0;
+    virtual bool operator==(const QVShape& other) const;
     bool EqualsTo(const QVObject& other) const override;
 
     /// Whether the dimensions, as they are now, make a shape. When not, an error says which does
     /// not: "the width of RECTANGLE(w1, 2) is -1\n   it must be a positive number\n".
-    virtual bool Check() const = 0;
-    /// Makes the formulas those of another namespace.
+    virtual bool Check() const;
+    /// Makes the formulas those of another namespace; without one they stay what they are.
     void ChangeNameSpace(qvNameSpace* space);
 
     void OnPublish() override;
@@ -131,23 +149,33 @@ public:
     qvNameSpace* GetNameSpace() override { return QVObject::GetNameSpace(); }
 
 protected:
-    using Parameter = std::variant<qvParameter<double>*, qvParameter<int>*>;
-
     QVShape() = default;
     QVShape(const QVShape&) = default;
     QVShape& operator=(const QVShape&) = default;
 
     /// Calls `visit` with each parameter, in the order of the text form.
-    virtual void forEachParameter(const std::function<void(Parameter)>& visit) = 0;
-    void forEachParameter(const std::function<void(Parameter)>& visit) const {
-        const_cast<QVShape*>(this)->forEachParameter(visit);
-    }
+    virtual void forEachDimension(const std::function<void(const QVDimension&)>& visit) = 0;
+    /// How many parameters the text form must have; those after them may be missing, and are 0.
+    virtual std::size_t requiredDimensions() const = 0;
     virtual RectT<double> getTurnedBoundingRect(const QVRotation& turn) const = 0;
-    /// Takes the dimensions of a shape of the same kind.
-    virtual void takeDimensions(const QVShape& other) = 0;
+    /// Before the dimensions of another shape of this kind are taken.
+    virtual void makeRoomFor(const QVShape& /*other*/) {}
 
+    void forEachDimension(const std::function<void(const QVDimension&)>& visit) const {
+        const_cast<QVShape*>(this)->forEachDimension(visit);
+    }
+    std::vector<QVDimension> dimensions() const;
+    /// Takes the dimensions of a shape of the same kind.
+    void takeDimensions(const QVShape& other);
     qvNameSpace* nameSpace() const { return const_cast<QVShape*>(this)->GetNameSpace(); }
+    /// Posts "cannot <verb> <definition>: <reason>\n", with the beginning of a long definition.
+    void refuse(const char* verb, const char* reason) const;
+    QVString shortDefinition() const;
+    /// Whether two shapes to be blended are of this kind, and the weights are numbers; else posts
+    /// `message`, or what is wrong with the weights.
+    bool canBlend(const QVShape& a, const QVShape& b, const WeightType& weight,
+                  const char* message) const;
 
 private:
-    QVString typeName_;
+    QVString typeName_;  ///< as published
 };
