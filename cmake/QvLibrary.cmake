@@ -14,6 +14,10 @@ set_target_properties(qvcore PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VE
                                         RUNTIME_OUTPUT_NAME qvcore-${PROJECT_VERSION_MAJOR}
                                         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(libraries qvcore)
+set(system_libraries)
+if(WIN32)
+    set(system_libraries ws2_32 iphlpapi)
+endif()
 
 # On Windows programs that load plug-ins need a shared one, even where the library is static.
 if(WIN32 AND NOT BUILD_SHARED_LIBS)
@@ -41,6 +45,8 @@ foreach(library IN LISTS libraries)
     foreach(external IN LISTS externals)
         target_link_libraries(${library} PRIVATE $<BUILD_INTERFACE:${external}>)
     endforeach()
+    # Programs that link a static library need the system's libraries too.
+    target_link_libraries(${library} PRIVATE ${system_libraries})
 endforeach()
 target_compile_definitions(qvcore PUBLIC $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
 include(qvcorePlugins)
@@ -52,6 +58,8 @@ configure_package_config_file(cmake/qvcoreConfig.cmake.in qvcoreConfig.cmake
 write_basic_package_version_file(qvcoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 set(pc_definitions $<$<BOOL:${BUILD_SHARED_LIBS}>:-DQVCORE_SHARED>)
+list(TRANSFORM system_libraries PREPEND -l OUTPUT_VARIABLE pc_libraries)
+list(JOIN pc_libraries " " pc_libraries)
 configure_file(cmake/qvcore.pc.in qvcore.pc.in @ONLY)
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/qvcore.pc INPUT ${PROJECT_BINARY_DIR}/qvcore.pc.in)
 

@@ -116,6 +116,12 @@ bool TcpSocket::peerAddress(SocketAddress& address) const {
     return true;
 }
 
+bool TcpSocket::isItsOwnPeer() const {
+    SocketAddress own;
+    SocketAddress peer;
+    return localAddress(own) && peerAddress(peer) && own.text() == peer.text();
+}
+
 SocketOwner TcpSocket::peerOwner() const {
     SystemAddress own;
     SystemAddress peer;

@@ -99,6 +99,9 @@ private:
     /// False once the connection has been reset or given up; a peer that only stopped sending is
     /// still there.
     bool isConnectedStill() const;
+    /// Where nobody listens on a port that the system may also give to clients, a connection can
+    /// find itself.
+    bool isItsOwnPeer() const;
     bool setWait(int option, int& current, int waitMs);
 
     std::intptr_t handle_ = -1;

@@ -161,12 +161,7 @@ ConnectResult TcpSocket::connect(const std::string& address, int port, int timeo
         result = errno == EINPROGRESS || errno == EINTR ? finishConnect(socket, timeoutMs)
                                                         : ConnectResult::failed;
     }
-    SocketAddress here;
-    SocketAddress there;
-    if (result == ConnectResult::connected && localAddress(here) && peerAddress(there) &&
-        here.text() == there.text()) {
-        // Where nobody listens on a port that the system may also give to clients, a connection
-        // can find itself.
+    if (result == ConnectResult::connected && isItsOwnPeer()) {
         errno = ECONNREFUSED;
         result = ConnectResult::failed;
     }
