@@ -121,7 +121,7 @@ bool QVCommandBase::runStatement(std::string_view statement, QVString& result) {
             const bool found = resolve(statement, lastMethod::called, false, element);
             if (found) result = qvValueText(element);
             globals_->noteShown(element);
-            return found;
+            return found && !element.IsNull();
         }
     }
     CodeError("QVCommandBase::ParseCommand", "command_line", __LINE__);
