@@ -94,6 +94,8 @@ QVCORE_API std::size_t translateLineEnds(char* text, std::size_t length);
 
 /// The native separator of directories.
 QVCORE_API char pathSeparator();
+/// What stands between the directories of a search path.
+QVCORE_API char pathListSeparator();
 /// True for "/" and, where the system says so, "\".
 QVCORE_API bool isPathSeparator(char c);
 /// `directory` and `name` with one separator between; an empty directory gives the name alone.

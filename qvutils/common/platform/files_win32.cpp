@@ -143,6 +143,8 @@ std::string followLinks(const std::string& path) {
 
 char pathSeparator() { return '\\'; }
 
+char pathListSeparator() { return ';'; }
+
 bool isPathSeparator(char c) { return c == '/' || c == '\\'; }
 
 }  // namespace qvplatform
