@@ -6,6 +6,7 @@
 
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/ui/app/qvcommandfile.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 namespace {
@@ -88,7 +89,7 @@ bool Host::runFile(const std::string& path) {
     if (path == "-") return runInput();
     std::string text;
     std::string error;
-    if (!readCommandFile(path, text, error)) {
+    if (!qvReadCommandFile(path, text, error)) {
         std::fflush(stdout);
         std::fprintf(stderr, "qv: %s\n", error.c_str());
         return fail();

@@ -5,6 +5,9 @@
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/ui/app/qvcommandobject.h"
+#include "qvutils/ui/app/qvlicence.h"
+#include "qvutils/ui/app/qvplugininfo.h"
+#include "qvutils/ui/app/qvplugins.h"
 #include "qvutils/ui/project/qvappservices.h"
 
 /// The application object: the root of the command language, called "app". It publishes what the
@@ -15,12 +18,12 @@ public:
     QV_CLASS_INFO(qvAppBase)
 
     /// The tag of the library, "qvcore(39.1)".
-    static const char* versionTag();
+    static const char* versionTag() { return qvCoreVersionTag; }
 
     /// Registers the library's node types, gives state files a place, and becomes the root of
     /// `commands`, which outlives this object. Name and version are written into project files.
     qvAppBase(const char* name, const char* version, qvCommandObject& commands);
-    /// Closes all projects, without asking.
+    /// Closes all projects, without asking, and unloads the plug-ins.
     ~qvAppBase() override;
     qvAppBase(const qvAppBase&) = delete;
     qvAppBase& operator=(const qvAppBase&) = delete;
@@ -33,7 +36,19 @@ public:
     QVCommandBase* commandObject() override { return &commands_; }
 
     /// Posts "could not change to directory \"%s\"\n" and the reason.
-    void SetWorkingDirectory(const QVString& path);
+    virtual void SetWorkingDirectory(const QVString& path);
+    /// Installs a licence screen, not owned; null: the one that allows everything. Before
+    /// loadPlugins.
+    void setLicence(const qvLicence* licence) { licence_ = licence ? licence : &no_licence_; }
+    const qvLicence& licence() const { return *licence_; }
+
+    /// Loads the plug-ins in these directories (see qvPlugins::directories). What they bring is
+    /// there afterwards; error 508 is pending when one failed.
+    void loadPlugins(const std::vector<std::string>& directories);
+    const qvPlugins& plugins() const { return plugins_; }
+    /// A line for each plug-in that is loaded.
+    QVString listPlugins() const { return plugins_.listing(); }
+
     /// Also defines the global variable wdir.
     QVString GetWorkingDirectory();
 
@@ -46,4 +61,7 @@ private:
     std::string version_;
     qvCommandObject& commands_;
     qvMaterialShelf materials_;
+    const qvLicence no_licence_;
+    const qvLicence* licence_ = &no_licence_;
+    qvPlugins plugins_;
 };

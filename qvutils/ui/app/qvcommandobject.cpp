@@ -6,6 +6,7 @@
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/ui/app/qvcommandfile.h"
 
 QVObject* qvCommandObject::FindInApp(const char* name) {
     return std::strcmp(name, rootName) == 0 ? root_ : nullptr;
@@ -41,7 +42,31 @@ bool qvCommandObject::addToAnswer(const char* result) {
     return true;
 }
 
-bool qvCommandObject::OnParseCommand(const char*, const char* result, int flags) {
+void qvCommandObject::observe(const char* command, int flags) {
+    if (!observer_) return;
+    const bool outermost = getNesting() == 1;
+    if (flags == aboutToRun)
+        observer_->statementBegins(command, outermost);
+    else
+        observer_->statementEnded(command, outermost);
+}
+
+bool qvCommandObject::RunFile(const std::string& path) {
+    std::string text;
+    std::string error;
+    if (!qvReadCommandFile(path, text, error)) {
+        qverr().set((error + "\n").c_str());
+        return false;
+    }
+    const bool tooDeep = getNesting() == maxNesting;
+    if (Execute(text.c_str())) return true;
+    // What went wrong was shown with the statement.
+    if (!tooDeep) qverr().setf("\"%s\" failed or was stopped\n", path.c_str());
+    return false;
+}
+
+bool qvCommandObject::OnParseCommand(const char* command, const char* result, int flags) {
+    observe(command, flags);
     if (flags != hasRun) return true;
     if (isForAnswer()) return addToAnswer(result);
     if (qverr()) {

@@ -36,6 +36,8 @@ bool qvAppServices::openView(qvProjectNode& node, bool) {
     return false;
 }
 
+void qvAppServices::projectFileUsed(const std::string&) {}
+
 void qvAppServices::setBusy(bool) {}
 
 qvScriptServer::~qvScriptServer() = default;

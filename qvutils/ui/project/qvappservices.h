@@ -35,6 +35,9 @@ public:
     /// returns false where windows cannot be shown.
     virtual bool openView(qvProjectNode& node, bool create);
 
+    /// A project was opened from this file or saved to it.
+    virtual void projectFileUsed(const std::string& path);
+
     /// A long operation begins (true) or ends (false): the busy cursor. Calls nest.
     virtual void setBusy(bool busy);
 };

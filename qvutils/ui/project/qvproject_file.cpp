@@ -9,6 +9,7 @@
 #include "qvutils/ui/project/filenames.h"
 #include "qvutils/ui/project/loadresult.h"
 #include "qvutils/ui/project/qvproject.h"
+#include "qvutils/ui/project/qvprojman.h"
 #include "qvutils/ui/project/qvunknownnode.h"
 #include "qvutils/ui/project/spill.h"
 
@@ -100,6 +101,7 @@ bool qvProject::SaveToFile(const char* filename) {
     lwrite((fileNameOf(path) + " saved\n").c_str());
     setFilename(path.c_str());
     if (IsRootProject()) dirty_ = false;
+    getProjectManager().services().projectFileUsed(path);
     return true;
 }
 

@@ -109,6 +109,7 @@ bool qvProjectManager::ProjectOpen(const char* filename, const char* nodename) {
     project->Prepare();
     project->setPrepared(true);
     const QVString path = project->getFilename();
+    services().projectFileUsed(path.Chars());
     GetEventSource().RaiseEvent(qvProjectEvent::opened, project, const_cast<char*>(path.Chars()));
     report.post();
     return true;
