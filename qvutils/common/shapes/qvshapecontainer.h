@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <memory>
 
 #include "qvutils/common/object/qvobject.h"
@@ -44,6 +45,10 @@ public:
     bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight);
     /// Whether there is a shape whose dimensions make one; see QVShape::Check.
     bool Check() const;
+
+    /// Called after a command has changed a dimension or the points of the shape, not after what
+    /// this class does.
+    std::function<void()> onChange;
 
 private:
     bool take(std::unique_ptr<QVShape> shape);
