@@ -1,0 +1,57 @@
+#pragma once
+#include <functional>
+#include <string>
+
+#include "qvutils/common/server/server.h"
+#include "qvutils/ui/project/qvscriptserver.h"
+
+class qvCommandObject;
+
+/// Lets programs outside command the application: each text that comes is executed in the command
+/// language and answered by one text,
+///
+///     RETVAL: and the values of its statements, one per line; "RETVAL:\n" when there are none
+///     ERROR:  and the message of the first statement that failed, which ends the text
+///
+/// One program is served at a time. Results do not go to the output.
+class QVCORE_API qvScriptServing : public qvScriptServer {
+public:
+    /// A line for each text that was executed.
+    using Log = std::function<void(const std::string& line)>;
+
+    /// `commands` is not owned.
+    explicit qvScriptServing(qvCommandObject& commands) : commands_(commands) {}
+
+    bool isExecuting() const override { return executing_; }
+    bool isInitialised() const override { return port_ != 0; }
+    bool isListening() const override { return server_.isInitialised(); }
+    bool isConnected() override;
+    int localport() const override { return port_; }
+    bool start(int argument) override;
+    bool restart() override;
+    void serve(const std::function<bool()>& goOn, int intervalMs) override;
+    void stop() override;
+
+    /// Listens on this very port, or with 0 on a free one. Posts an error and returns false when it
+    /// is taken.
+    bool listen(int port);
+    /// How to listen and whom to take; for the next start.
+    ServerSettings& settings() { return server_.settings(); }
+    /// Lines about connections go to `log` too; without one they go to the diagnostic streams.
+    void setLog(Log log);
+
+    /// The answer to a text of `size` bytes, with or without a NUL at its end.
+    std::string answerTo(const char* text, unsigned size);
+
+private:
+    bool listenFrom(int port);
+    bool refuseWhileExecuting();
+    void logText(const char* text, unsigned size, const std::string& answer);
+    static void takeLine(void* self, const char* line, bool isFailure);
+
+    qvCommandObject& commands_;
+    Server server_;
+    Log log_;
+    int port_ = 0;
+    bool executing_ = false;
+};
