@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <tuple>
 
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
@@ -80,13 +81,26 @@ std::string joined(const std::vector<std::string>& names) {
 bool Host::run(const std::string& source, const char* text, int firstLine) {
     source_ = source;
     firstLine_ = firstLine;
+    stopped_ = false;
     const bool well = Execute(text);
     qverr().reset();
-    return well || !options_.stopOnError;
+    return well || !(stopsOnError() || stopped_);
+}
+
+bool Host::RunFile(const std::string& path) {
+    const auto outer = std::tuple(source_, firstLine_, inFile_, hidePlaces_, runsTheRest_);
+    source_ = path;
+    firstLine_ = 1;
+    inFile_ = true;
+    hidePlaces_ = false;
+    const bool well = qvCommandObject::RunFile(path);
+    std::tie(source_, firstLine_, inFile_, hidePlaces_, runsTheRest_) = outer;
+    return well;
 }
 
 bool Host::runFile(const std::string& path) {
     if (path == "-") return runInput();
+    inFile_ = true;
     std::string text;
     std::string error;
     if (!qvReadCommandFile(path, text, error)) {
@@ -115,7 +129,23 @@ bool Host::runInput() {
 
 bool Host::fail() {
     failed_ = true;
-    return !options_.stopOnError;
+    return !stopsOnError();
+}
+
+bool Host::mayRun(const char* command) {
+    if (!inFile_ || runsTheRest_ || !*command || !settings_ || !settings_->stepByStep) return true;
+    const Answer answer = ask_(std::string("> ") + abbreviated(command) + "\nrun it?", true);
+    runsTheRest_ = answer == Answer::all;
+    if (answer == Answer::no) stopped_ = failed_ = true;
+    return answer != Answer::no;
+}
+
+bool Host::mayGoOn() {
+    if (stopsOnError()) return false;
+    if (!inFile_ || !settings_ || !settings_->pauseOnError) return true;
+    if (ask_("go on after this error?", false) == Answer::yes) return true;
+    stopped_ = true;
+    return false;
 }
 
 // A line that is only a comment reads as prose between the statements.
@@ -132,11 +162,17 @@ void Host::echo(const char* command) {
 bool Host::OnParseCommand(const char* command, const char* result, int flags) {
     if (isForAnswer()) return qvCommandObject::OnParseCommand(command, result, flags);
     if (flags == aboutToRun) {
+        if (!mayRun(command)) return false;
+        observe(command, flags);
         if (options_.echo) echo(command);
         return true;
     }
-    if (qverr()) return !options_.stopOnError;
-    if (*result) printLine(result);
+    observe(command, flags);
+    if (qverr()) return mayGoOn();
+    if (*result) {
+        printLine(result);
+        noteShown(result);
+    }
     std::fflush(stdout);
     return true;
 }
@@ -145,12 +181,15 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
     if (isForAnswer()) return;
     failed_ = true;
     std::fflush(stdout);
+    std::string text;
     if (!hidePlaces_) {
-        std::fprintf(stderr, "%s:%d: %s: ", source_.c_str(), firstLine_ + line - 1,
-                     abbreviated(statement).c_str());
+        text = source_ + ":" + std::to_string(firstLine_ + line - 1) + ": " +
+               abbreviated(statement) + ": ";
     }
-    std::fprintf(stderr, "%s\n", withoutLineEnd(message).c_str());
+    text += withoutLineEnd(message) + "\n";
     const std::vector<std::string> hints = getHints().empty() ? treeHints(message) : getHints();
-    if (!hints.empty()) std::fprintf(stderr, "did you mean: %s\n", joined(hints).c_str());
+    if (!hints.empty()) text += "did you mean: " + joined(hints) + "\n";
+    std::fputs(text.c_str(), stderr);
     std::fflush(stderr);
+    noteShown(text.c_str());
 }

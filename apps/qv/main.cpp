@@ -3,12 +3,13 @@
 
 #include "apps/qv/evaluate.h"
 #include "apps/qv/host.h"
+#include "apps/qv/lineedit.h"
 #include "apps/qv/materialcommand.h"
 #include "apps/qv/options.h"
 #include "apps/qv/prompt.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/console.h"
-#include "qvutils/ui/app/qvappBase.h"
+#include "qvutils/ui/app/qvapp.h"
 
 namespace {
 
@@ -23,15 +24,18 @@ void showDiagnostics(int kind, const char* piece) {
 }
 
 /// The application behind qv. Questions go to the prompt; without one they are answered "cancel".
-class Application : public qvAppBase {
+class Application : public qvApp {
 public:
-    explicit Application(Host& host) : qvAppBase("qv", QV_VERSION, host) {}
+    Application(Host& host, const Options& options)
+        : qvApp("qv", QV_VERSION, host, qvSettingsPlace::chosen(options.settings)) {
+        host.setSettings(&settings().values(), [this](const std::string& question, bool offerAll) {
+            return askToGoOn(question, offerAll);
+        });
+    }
 
     bool askUser(const std::string& question) override {
         if (prompt_) return prompt_->ask(question);
-        std::fflush(stdout);
-        std::fprintf(stderr, "%s\nqv: nobody is there to ask; the answer is \"cancel\"\n",
-                     question.c_str());
+        tellNobodyIsThere(question);
         return false;
     }
 
@@ -43,6 +47,31 @@ public:
     }
 
 private:
+    static void tellNobodyIsThere(const std::string& question) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s\nqv: nobody is there to ask; the answer is \"cancel\"\n",
+                     question.c_str());
+    }
+
+    // About the commands of a file, which may run without a prompt.
+    Host::Answer askToGoOn(const std::string& question, bool offerAll) {
+        const std::string text = question + (offerAll ? " [Y/n/all] " : " [Y/n] ");
+        std::string answer;
+        if (prompt_) {
+            if (!prompt_->ask(text, answer)) return Host::Answer::no;
+        } else if (qvplatform::inputIsTerminal()) {
+            if (!LineEditor([](const std::string&) { return std::vector<std::string>(); }, {})
+                     .read(text, answer))
+                return Host::Answer::no;
+        } else {
+            tellNobodyIsThere(question);
+            return Host::Answer::no;
+        }
+        if (offerAll && answer == "all") return Host::Answer::all;
+        return answer.empty() || answer[0] == 'y' || answer[0] == 'Y' ? Host::Answer::yes
+                                                                      : Host::Answer::no;
+    }
+
     Prompt* prompt_ = nullptr;
 };
 
@@ -56,11 +85,12 @@ void runInputs(const Options& options, Host& host) {
 
 int runCommands(const Options& options) {
     Host host(options);
-    Application application(host);
+    Application application(host, options);
     if (options.action != Options::Action::prompt) {
         runInputs(options, host);
         listUnsaved();
     } else if (qvplatform::inputIsTerminal()) {
+        application.enterStartupDirectory(false);
         application.runPrompt(host);
     } else {
         host.runInput();

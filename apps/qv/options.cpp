@@ -56,6 +56,12 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return options.echo = true;
      }},
+    {"--settings", " FILE", "keep the settings in FILE; \"none\" for no settings",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         if (next == arguments.size() || arguments[next].empty()) return false;
+         options.settings = arguments[next++];
+         return true;
+     }},
     {"--version", "", "print the version",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::version);

@@ -11,6 +11,8 @@ struct Options {
     std::vector<std::string> inputs;
     bool stopOnError = false;
     bool echo = false;
+    /// Where the settings are kept: "none", a file, or empty for what the environment says.
+    std::string settings;
 };
 
 /// Reads the arguments (the program's name left out). On wrong usage returns false and `error` says

@@ -124,10 +124,12 @@ void Prompt::run() {
 }
 
 bool Prompt::ask(const std::string& question) {
-    if (!editor_) return false;
     std::string answer;
-    if (!editor_->read(question + " [y/N] ", answer)) return false;
-    return isYes(answer);
+    return ask(question + " [y/N] ", answer) && isYes(answer);
+}
+
+bool Prompt::ask(const std::string& question, std::string& answer) {
+    return editor_ && editor_->read(question, answer);
 }
 
 // The end of the input in place of an answer leaves: it would only come again.

@@ -14,6 +14,8 @@ public:
     void run();
     /// Asks a question to be answered with yes or no; false is also the answer to end of input.
     bool ask(const std::string& question);
+    /// A question answered by a text; false at the end of input.
+    bool ask(const std::string& question, std::string& answer);
 
 private:
     bool leave();

@@ -159,7 +159,6 @@ void qvApp::statementBegins(const char* command, bool outermost) {
 }
 
 void qvApp::statementEnded(const char* command, bool outermost) {
-    if (qverr()) shown(qverr().chars());
     if (!outermost) return;
     const bool failed = qverr() && qverr() != partlyLoaded;
     if (qverr()) commandLog_.add(qvAsComment(std::string("error: ") + qverr().chars()));
