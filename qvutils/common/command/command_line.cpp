@@ -339,6 +339,10 @@ bool QVCommandBase::RemoveGvar(const QVString& name) {
     return globals_->remove(name.view());
 }
 
+void QVCommandBase::RemoveGvars() {
+    globals_->clear();
+}
+
 QVString QVCommandBase::getNewGVARName() {
     static std::atomic<int> counter = 0;
     for (;;) {

@@ -75,6 +75,8 @@ public:
     /// element owns. False, with an error posted, for a name that is not allowed.
     bool AddGvar(const QVString& name, const QVCommandElt& element);
     bool RemoveGvar(const QVString& name);
+    /// Removes all of them.
+    void RemoveGvars();
     /// A name that no global has had before: "var1", "var2", ...
     QVString getNewGVARName();
     /// The name of the global that refers to the object, empty when there is none.

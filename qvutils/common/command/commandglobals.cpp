@@ -1,5 +1,7 @@
 #include "qvutils/common/command/commandglobals.h"
 
+#include <utility>
+
 namespace {
 
 constexpr std::string_view shownName = "_";
@@ -39,6 +41,12 @@ bool qvCommandGlobals::remove(std::string_view name) {
     // An object that goes with the variable calls OnObjectDying: by then the tables are in order.
     const auto removed = byName_.extract(found);
     return true;
+}
+
+void qvCommandGlobals::clear() {
+    byObject_.clear();
+    const auto removed = std::exchange(byName_, {});
+    hasShown_ = false;
 }
 
 void qvCommandGlobals::removeReferences(void* object) {

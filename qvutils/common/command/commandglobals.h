@@ -14,6 +14,7 @@ public:
     /// Replaces a variable of that name.
     void set(std::string_view name, const QVCommandElt& element);
     bool remove(std::string_view name);
+    void clear();
     void removeReferences(void* object);
     /// Null when no variable but `_` refers to the object.
     const std::string* nameOf(const void* object) const;

@@ -1,37 +1,39 @@
 #include "qvutils/common/materials/materialfiles.h"
 
+#include <algorithm>
+
 #include "qvutils/common/materials/materbase.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
+#include "qvutils/common/platform/programfiles.h"
 
 namespace {
-
-// Without the last name and the separators before it; empty at the top.
-std::string directoryAbove(std::string path) {
-    while (!path.empty() && !qvplatform::isPathSeparator(path.back())) path.pop_back();
-    while (!path.empty() && qvplatform::isPathSeparator(path.back())) path.pop_back();
-    return path;
-}
 
 bool isFile(const std::string& path) {
     return qvplatform::fileSystem().status(path).isFile();
 }
 
-// The nearest share/qvcore/materials going up from the program: an installed program has it beside
-// its own directory, one that was just built somewhere above. Otherwise where it was to be
-// installed.
 std::string shippedDirectory() {
-    for (std::string above = directoryAbove(qvplatform::executablePath()); !above.empty();
-         above = directoryAbove(above)) {
-        std::string path = above;
-        for (const char* name : {"share", "qvcore", "materials"})
-            path = qvplatform::joinPath(path, name);
-        if (qvplatform::fileSystem().status(path).isDirectory()) return path;
-    }
-    return QV_INSTALLED_MATERIALS;
+    const std::string directory = qvplatform::programDirectory("materials");
+    return directory.empty() ? QV_INSTALLED_MATERIALS : directory;
+}
+
+std::vector<std::string>& addedDirectories() {
+    static std::vector<std::string> directories;
+    return directories;
 }
 
 }  // namespace
+
+void qvAddMaterialDirectory(const std::string& directory) {
+    addedDirectories().push_back(directory);
+}
+
+void qvRemoveMaterialDirectory(const std::string& directory) {
+    auto& added = addedDirectories();
+    const auto found = std::find(added.begin(), added.end(), directory);
+    if (found != added.end()) added.erase(found);
+}
 
 std::vector<std::string> qvMaterialDirectories() {
     static const std::string shipped = shippedDirectory();
@@ -41,6 +43,7 @@ std::vector<std::string> qvMaterialDirectories() {
     if (qvplatform::environmentVariable("QV_MATERIAL_DIR", chosen) && !chosen.empty())
         directories.push_back(chosen);
     directories.push_back(shipped);
+    directories.insert(directories.end(), addedDirectories().begin(), addedDirectories().end());
     return directories;
 }
 

@@ -8,21 +8,19 @@
 #include "qvutils/common/statefiles/sfhandler.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
 #include "qvutils/ui/nodes/qvparametersnode.h"
+#include "qvutils/ui/nodes/qvscriptnode.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 const qvClassInfo qvAppBase::cinfo_qvAppBase("qvAppBase", QVObject::getStaticClassInfo());
 
-const char* qvAppBase::versionTag() {
-    return "qvcore(39.1)";
-}
-
 qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& commands)
-    : name_(name), version_(version), commands_(commands) {
+    : name_(name), version_(version), commands_(commands), serving_(commands) {
     registerProjectNode();
     registerNotesNode();
     registerVariablesNode();
     registerParametersNode();
+    registerScriptNode();
     SFHandler::InitialiseCacheDir(SFHandler::privateCacheDir().Chars());
     getProjectManager().setServices(this);
     commands_.setRoot(this);
@@ -32,6 +30,8 @@ qvAppBase::~qvAppBase() {
     commands_.setRoot(nullptr);
     getProjectManager().ClearNodes();
     getProjectManager().clearClipboard();
+    commands_.RemoveGvars();
+    plugins_.unload();
     getProjectManager().setServices(nullptr);
 }
 
@@ -42,16 +42,21 @@ QVObject* qvAppBase::Clone() const {
 
 void qvAppBase::OnPublish() {
     PublishAll(getProjectManager());
+    PublishFn("plugins", &qvAppBase::listPlugins, "(): list the plug-ins that are loaded");
     PublishFn("setwdir", &qvAppBase::SetWorkingDirectory, "(dirpath): set working directory");
     PublishFn("getwdir", &qvAppBase::GetWorkingDirectory,
               "(): get working directory (stored in wdir)");
     PublishFn("material", &qvAppBase::material,
               "( filename, name ): a material of a material file, for its index and the like");
+    for (QVObject* commands : plugins_.commands()) PublishAll(*commands);
 }
 
 std::string qvAppBase::versionAndLicence() const {
-    // No licence is installed.
-    return version_ + " 0";
+    return version_ + ' ' + licence_->number();
+}
+
+void qvAppBase::loadPlugins(const std::vector<std::string>& directories) {
+    plugins_.load(directories, *licence_, name_, this);
 }
 
 void qvAppBase::SetWorkingDirectory(const QVString& path) {

@@ -5,6 +5,7 @@
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/ui/app/qvcommandobject.h"
+#include "qvutils/ui/app/qvscriptserving.h"
 #include "qvutils/ui/app/qvlicence.h"
 #include "qvutils/ui/app/qvplugininfo.h"
 #include "qvutils/ui/app/qvplugins.h"
@@ -34,6 +35,7 @@ public:
     std::string applicationName() const override { return name_; }
     std::string versionAndLicence() const override;
     QVCommandBase* commandObject() override { return &commands_; }
+    qvScriptServing* scriptServer() override { return &serving_; }
 
     /// Posts "could not change to directory \"%s\"\n" and the reason.
     virtual void SetWorkingDirectory(const QVString& path);
@@ -61,6 +63,7 @@ private:
     std::string version_;
     qvCommandObject& commands_;
     qvMaterialShelf materials_;
+    qvScriptServing serving_;
     const qvLicence no_licence_;
     const qvLicence* licence_ = &no_licence_;
     qvPlugins plugins_;

@@ -47,6 +47,12 @@ bool listsAsChild(const qvProjectNodeInfo& parent, const qvClassInfo* child) {
     return false;
 }
 
+/// Never destroyed, like the list of registrations.
+std::string& currentOwner() {
+    static auto* owner = new std::string;
+    return *owner;
+}
+
 }  // namespace
 
 bool qvMetaDataTable::AddNode(const qvProjectNodeInfo& record) {
@@ -135,7 +141,7 @@ bool qvMetaDataTable::Accepts(const qvProjectNodeInfo& parent,
 }
 
 qvProjectNodeInfoClass::qvProjectNodeInfoClass(qvProjectNodeInfo record)
-    : record_(std::move(record)) {
+    : record_(std::move(record)), owner_(currentOwner()) {
     TheInfoList().append(this);
 }
 
@@ -144,14 +150,28 @@ qvProjectNodeInfoClass::~qvProjectNodeInfoClass() {
     for (int i = all.size(); i >= 1; --i) {
         if (all[i] == this) all.erase(i);
     }
+    withdraw();
+}
+
+void qvProjectNodeInfoClass::withdraw() {
     if (registered_) getProjectManager().getMetaDataTable().RemoveNode(record_.signature.type);
+    tried_ = registered_ = false;
+}
+
+void qvProjectNodeInfoClass::SetOwner(const std::string& owner) {
+    currentOwner() = owner;
 }
 
 bool qvProjectNodeInfoClass::Register() {
+    return Register("", "");
+}
+
+bool qvProjectNodeInfoClass::Register(const std::string& owner, const std::string& plugin) {
     bool allRegistered = true;
     for (qvProjectNodeInfoClass* info : TheInfoList()) {
-        if (info->tried_) continue;
+        if (info->tried_ || info->owner_ != owner) continue;
         info->tried_ = true;
+        info->record_.plugin = plugin;
         info->registered_ = getProjectManager().getMetaDataTable().AddNode(info->record_);
         if (!info->registered_) {
             wlwrite(QVString().sprintf("failure in registering node type \"%s\"\n",
@@ -160,6 +180,12 @@ bool qvProjectNodeInfoClass::Register() {
         }
     }
     return allRegistered;
+}
+
+void qvProjectNodeInfoClass::Withdraw(const std::string& owner) {
+    for (qvProjectNodeInfoClass* info : TheInfoList()) {
+        if (info->owner_ == owner) info->withdraw();
+    }
 }
 
 List<qvProjectNodeInfoClass*>& qvProjectNodeInfoClass::TheInfoList() {

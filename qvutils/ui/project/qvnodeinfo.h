@@ -29,6 +29,9 @@ struct QVCORE_API qvProjectNodeInfo {
     /// Block types of nodes that accept this type in addition to those they list themselves: a
     /// plug-in's way to get its nodes under types that it does not own.
     std::vector<std::string> parentTypes;
+    /// Name and version of the plug-in that brought the type, a blank between; empty for the
+    /// program's own. Set by the application.
+    std::string plugin;
 };
 
 /// The registered node types, in the order of their registration.
@@ -79,9 +82,17 @@ public:
     qvProjectNodeInfoClass(const qvProjectNodeInfoClass&) = delete;
     qvProjectNodeInfoClass& operator=(const qvProjectNodeInfoClass&) = delete;
 
-    /// Hands each record that was not handed over before to the manager's table. False when one was
-    /// refused.
+    /// Hands each record that was not handed over before to the manager's table, but for those of
+    /// plug-ins. False when one was refused.
     static bool Register();
+
+    /// Objects made from now on belong to a plug-in, told apart by `owner`; an empty text: to the
+    /// program.
+    static void SetOwner(const std::string& owner);
+    /// Registers what belongs to a plug-in, as that of `plugin`; and takes it back. It can be
+    /// registered again, for a library may stay in memory after it was unloaded.
+    static bool Register(const std::string& owner, const std::string& plugin);
+    static void Withdraw(const std::string& owner);
 
     const qvProjectNodeInfo& record() const { return record_; }
 
@@ -89,7 +100,10 @@ public:
     static List<qvProjectNodeInfoClass*>& TheInfoList();
 
 private:
+    void withdraw();
+
     qvProjectNodeInfo record_;
+    std::string owner_;
     bool tried_ = false;
     bool registered_ = false;
 };
