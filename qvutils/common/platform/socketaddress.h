@@ -38,5 +38,9 @@ void unmap(SystemAddress& address);
 
 /// Who has the end of a connection that is called `end` there; both are of the same family.
 SocketOwner ownerOfEnd(const SystemAddress& end, const SystemAddress& other);
+#if !defined(_WIN32)
+/// The same from the tables of all connections; slower, for kernels that answer no questions.
+SocketOwner ownerInTables(const SystemAddress& end, const SystemAddress& other);
+#endif
 
 }  // namespace qvplatform

@@ -120,29 +120,29 @@ SocketOwner searchTable(const char* path, const std::string& end, const std::str
     return SocketOwner::unknown;
 }
 
+}  // namespace
+
 /// A program may use an IPv6 socket for an IPv4 connection; it is in the table of the former then.
-SocketOwner searchTables(int family, RawAddress end, RawAddress other) {
+SocketOwner ownerInTables(const SystemAddress& end, const SystemAddress& other) {
     constexpr const char* tableV4 = "/proc/net/tcp";
     constexpr const char* tableV6 = "/proc/net/tcp6";
-    if (family == AF_INET6) return searchTable(tableV6, inTable(end, 4), inTable(other, 4));
-    const SocketOwner owner = searchTable(tableV4, inTable(end, 1), inTable(other, 1));
+    RawAddress near = rawOf(end);
+    RawAddress far = rawOf(other);
+    if (end.family() == AF_INET6) return searchTable(tableV6, inTable(near, 4), inTable(far, 4));
+    const SocketOwner owner = searchTable(tableV4, inTable(near, 1), inTable(far, 1));
     if (owner != SocketOwner::unknown) return owner;
-    for (RawAddress* address : {&end, &other}) {
+    for (RawAddress* address : {&near, &far}) {
         address->words[3] = address->words[0];
         address->words[0] = 0;
         address->words[2] = htonl(0xffff);
     }
-    const SocketOwner mapped = searchTable(tableV6, inTable(end, 4), inTable(other, 4));
+    const SocketOwner mapped = searchTable(tableV6, inTable(near, 4), inTable(far, 4));
     return mapped == SocketOwner::cannotTell ? owner : mapped;
 }
 
-}  // namespace
-
 SocketOwner ownerOfEnd(const SystemAddress& end, const SystemAddress& other) {
-    const RawAddress rawEnd = rawOf(end);
-    const RawAddress rawOther = rawOf(other);
-    const SocketOwner owner = askKernel(end.family(), rawEnd, rawOther);
-    return owner == SocketOwner::cannotTell ? searchTables(end.family(), rawEnd, rawOther) : owner;
+    const SocketOwner owner = askKernel(end.family(), rawOf(end), rawOf(other));
+    return owner == SocketOwner::cannotTell ? ownerInTables(end, other) : owner;
 }
 
 }  // namespace qvplatform
