@@ -104,8 +104,8 @@ bool qvSettingRow::read(qvSettingValues& values, const std::string& text) const 
         values.**string = text.c_str();
         return true;
     }
-    int flag = 0;
-    if (!readInteger(text, 0, 1, flag)) return false;
+    int flag = text == "true";
+    if (text != "true" && text != "false" && !readInteger(text, 0, 1, flag)) return false;
     values.*std::get<bool qvSettingValues::*>(field) = flag != 0;
     return true;
 }

@@ -116,7 +116,11 @@ std::unique_ptr<wxConfigBase> SettingsFile::parse(const std::string& text) {
     wxMemoryInputStream stream(text.data(), text.size());
     auto config = std::make_unique<wxFileConfig>(stream, wxConvUTF8);
     const std::vector<std::string>& all = messages.all();
-    for (std::size_t i = 0; i < std::min(all.size(), mostWarnings); ++i) warn(all[i]);
+    const std::string nameless = "file '', ";
+    for (std::size_t i = 0; i < std::min(all.size(), mostWarnings); ++i) {
+        const bool named = all[i].compare(0, nameless.size(), nameless) == 0;
+        warn(named ? all[i].substr(nameless.size()) : all[i]);
+    }
     if (all.size() > mostWarnings)
         warn("and " + std::to_string(all.size() - mostWarnings) + " more of the kind");
     return config;

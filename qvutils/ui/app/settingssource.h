@@ -1,5 +1,6 @@
 #pragma once
 #include <wx/confbase.h>
+#include <wx/debug.h>
 #include <wx/log.h>
 
 #include <memory>
@@ -25,17 +26,23 @@ std::unique_ptr<SettingsSource> settingsFile(const std::string& path);
 /// The user's own store. One of two sources implements it: a file, or the registry.
 std::unique_ptr<SettingsSource> userSettings(const std::string& application);
 
-/// While it lives, what the toolkit has to say is collected instead of shown.
+/// While it lives, what the toolkit has to say is collected instead of shown. It also doubts itself
+/// aloud about some damaged files, though it goes on well: that is left out.
 class ToolkitMessages : private wxLog {
 public:
-    ToolkitMessages() : before_(wxLog::SetActiveTarget(this)) {}
-    ~ToolkitMessages() override { wxLog::SetActiveTarget(before_); }
+    ToolkitMessages()
+        : before_(wxLog::SetActiveTarget(this)), doubtsBefore_(wxSetAssertHandler(nullptr)) {}
+    ~ToolkitMessages() override {
+        wxSetAssertHandler(doubtsBefore_);
+        wxLog::SetActiveTarget(before_);
+    }
     const std::vector<std::string>& all() const { return all_; }
 
 private:
     void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo&) override;
 
     wxLog* before_;
+    wxAssertHandler_t doubtsBefore_;
     std::vector<std::string> all_;
 };
 
