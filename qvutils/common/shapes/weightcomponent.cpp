@@ -40,6 +40,7 @@ void prepareFormula(WeightComponent& component, const std::vector<WeightParam>& 
     for (const WeightParam& param : params) {
         formula.getNameSpace()[++position].value[0] = param.value.GetValue();
     }
+    component.arguments.put(nullptr);
 }
 
 /// Reads the file when it has changed since it was read.
@@ -72,14 +73,15 @@ double sCurve(const WeightComponent& component, double t, const WeightRange& ran
 }
 
 double formulaValue(const WeightComponent& component, double t, const WeightRange& range) {
-    QVArguments<double> arguments = component.formula.makeArguments();
-    arguments.value(1) = range.given ? range.clamped(t) : t;
+    auto arguments = component.arguments.take(component.formula);
+    arguments->value(1) = range.given ? range.clamped(t) : t;
     Error error;
-    const double value = component.formula.Evaluate(arguments, error);
+    const double value = component.formula.Evaluate(*arguments, error);
     if (error) {
         qverr().setf("weighting formula at t = %s: %s", qvShortestText(t).Chars(),
-                     told(error, component.text, arguments.getFault()).c_str());
+                     told(error, component.text, arguments->getFault()).c_str());
     }
+    component.arguments.put(std::move(arguments));
     return value;
 }
 
@@ -131,8 +133,9 @@ double WeightComponent::value(double t, const WeightRange& range) const {
         return 0;
     }
     const double weight = kind->value(*this, t, range);
+    if (std::isfinite(weight)) [[likely]]
+        return weight;
     if (qverr()) return 0;
-    if (std::isfinite(weight)) return weight;
     qverr().setf("weighting function %s: no finite weight at t = %s\n", kind->keyword,
                  qvShortestText(t).Chars());
     return 0;

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,32 @@ struct WeightParam {
     int component = 0;  ///< behind whose formula it was written
 };
 
+/// A formula's set of values, lent to one evaluation at a time, so that a new one is needed only
+/// while several threads evaluate at once. A copy begins without one.
+class WeightArguments {
+public:
+    WeightArguments() = default;
+    WeightArguments(const WeightArguments&) {}
+    WeightArguments& operator=(const WeightArguments&) {
+        put(nullptr);
+        return *this;
+    }
+    ~WeightArguments() { put(nullptr); }
+
+    std::unique_ptr<QVArguments<double>> take(const QVExpressionR& formula) const {
+        std::unique_ptr<QVArguments<double>> set(kept_.exchange(nullptr));
+        return set ? std::move(set)
+                   : std::make_unique<QVArguments<double>>(formula.makeArguments());
+    }
+    /// Takes a set back in place of the one kept.
+    void put(std::unique_ptr<QVArguments<double>> set) const {
+        delete kept_.exchange(set.release());
+    }
+
+private:
+    mutable std::atomic<QVArguments<double>*> kept_ = nullptr;
+};
+
 /// One of the three functions that make up a weighting function. What its definition says is kept
 /// apart from what was made of it, so that a definition that cannot be used is kept as well.
 struct WeightComponent {
@@ -45,6 +72,7 @@ struct WeightComponent {
 
     double current = 0;  ///< the number
     QVExpressionR formula;
+    WeightArguments arguments;  ///< of the formula
     std::shared_ptr<const WeightTable> table;
     std::int64_t tableTime = 0;  ///< when the file of the table was written
     std::string flaw;            ///< why there is no value anywhere; empty when there may be

@@ -86,10 +86,11 @@ void WeightFunc::UpdateParamValues() {
 }
 
 WeightType WeightFunc::WeightVal(double t) const {
-    if (qverr()) return {};
+    constexpr WeightType none{0, 0, 0};
+    if (qverr()) return none;
     if (!std::isfinite(t)) {
         qverr().setf("weighting function: t = %s is not possible\n", qvShortestText(t).Chars());
-        return {};
+        return none;
     }
     const auto& functions = data_->functions;
     const auto valueOf = [&](const WeightComponent& function, double otherwise) {
@@ -97,7 +98,7 @@ WeightType WeightFunc::WeightVal(double t) const {
     };
     const double third = valueOf(functions[2], 1);
     const WeightType weights{valueOf(functions[0], third), valueOf(functions[1], third), third};
-    return qverr() ? WeightType{} : weights;
+    return qverr() ? none : weights;
 }
 
 void WeightFunc::OnPublish() {
