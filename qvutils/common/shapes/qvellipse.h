@@ -29,12 +29,10 @@ public:
     std::vector<PointT<double>> getOutline(double tolerance) const override;
     std::unique_ptr<QVShape> CreateExpandedShape(double distance) const override;
     std::unique_ptr<QVShape> CreateRotatedShape(double angle) const override;
-    QVString getDefString() const override;
     bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
     void OnPublish() override;
 
 protected:
     void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
-    std::size_t requiredDimensions() const override { return 2; }
     RectT<double> getTurnedBoundingRect(const QVRotation& turn) const override;
 };

@@ -2,8 +2,8 @@
 #include "qvutils/common/containers/geometry.h"
 #include "qvutils/common/platform/qvexport.h"
 
-/// A turn about the origin by an angle in degrees, counter-clockwise. A multiple of 90 degrees turns
-/// exactly: no coordinate changes by more than its sign and place.
+/// A turn about the origin by an angle in degrees, counter-clockwise. A multiple of 90 degrees
+/// turns exactly: no coordinate changes by more than its sign and place.
 class QVCORE_API QVRotation {
 public:
     explicit QVRotation(double degrees = 0);

@@ -14,6 +14,8 @@ public:
 
     QVObject* Clone() const override { return new QVPolygonPoint(*this); }
     void OnPublish() override;
+    /// See QVShape::SetParam.
+    void SetParam(QVCommandElt& element, const char* value, const char* name) override;
 };
 
 /// POLYGON(point1x, point1y, point2x, point2y, ...): straight edges between the vertices in their
@@ -52,7 +54,6 @@ public:
 
 protected:
     void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
-    std::size_t requiredDimensions() const override { return 6; }
     void makeRoomFor(const QVShape& other) override;
     std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices) const override;
 

@@ -23,5 +23,6 @@ protected:
     RectT<double> getTurnedBoundingRect(const QVRotation& turn) const override;
     /// A shape with these vertices: of this shape's own kind where it has such a form, else a
     /// polygon. Null with an error posted when there are too few.
-    virtual std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices) const = 0;
+    virtual std::unique_ptr<QVShape> makeFrom(
+        const std::vector<PointT<double>>& vertices) const = 0;
 };

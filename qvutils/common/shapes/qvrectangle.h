@@ -31,6 +31,5 @@ public:
 
 protected:
     void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
-    std::size_t requiredDimensions() const override { return 2; }
     RectT<double> getTurnedBoundingRect(const QVRotation& turn) const override;
 };

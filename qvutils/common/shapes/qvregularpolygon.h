@@ -34,6 +34,9 @@ public:
 
 protected:
     void forEachDimension(const std::function<void(const QVDimension&)>& visit) override;
-    std::size_t requiredDimensions() const override { return 4; }
     std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices) const override;
+
+private:
+    std::unique_ptr<QVShape> makeFrom(const std::vector<PointT<double>>& vertices,
+                                      double firstAngle) const;
 };

@@ -23,14 +23,17 @@ struct QVDimension {
     std::variant<qvParameter<double>*, qvParameter<int>*> parameter;
     const char* name;
     Need need = positive;
+    bool optional =
+        false;  ///< the last one, which the text form leaves out when it is the number 0
 
-    /// Calls `function` with the parameter itself.
+    /// Calls `function` with the parameter, a qvParameter<T>*.
     template <class F>
     auto with(F function) const {
-        return std::visit([&](auto* p) { return function(*p); }, parameter);
+        return std::visit([&](auto* p) { return function(p); }, parameter);
     }
     /// Null for a value that will do, else what is wrong: "must be a positive number".
     const char* flawOf(double value) const;
+    bool isLeftOut() const;
 };
 
 struct QVCircle {
@@ -155,8 +158,6 @@ protected:
 
     /// Calls `visit` with each parameter, in the order of the text form.
     virtual void forEachDimension(const std::function<void(const QVDimension&)>& visit) = 0;
-    /// How many parameters the text form must have; those after them may be missing, and are 0.
-    virtual std::size_t requiredDimensions() const = 0;
     virtual RectT<double> getTurnedBoundingRect(const QVRotation& turn) const = 0;
     /// Before the dimensions of another shape of this kind are taken.
     virtual void makeRoomFor(const QVShape& /*other*/) {}
@@ -168,6 +169,11 @@ protected:
     /// Takes the dimensions of a shape of the same kind.
     void takeDimensions(const QVShape& other);
     qvNameSpace* nameSpace() const { return const_cast<QVShape*>(this)->GetNameSpace(); }
+    /// These post an error that says which number will not do.
+    bool checkSize(double w, double h) const;
+    bool checkAngle(double angle) const;
+    /// The sizes are those after an expansion by `distance`.
+    bool checkExpanded(double distance, double w, double h) const;
     /// Posts "cannot <verb> <definition>: <reason>\n", with the beginning of a long definition.
     void refuse(const char* verb, const char* reason) const;
     QVString shortDefinition() const;

@@ -51,6 +51,7 @@ public:
     std::function<void()> onChange;
 
 private:
+    bool hasShape() const;
     bool take(std::unique_ptr<QVShape> shape);
 
     std::unique_ptr<QVShape> shape_;

@@ -1,0 +1,278 @@
+#include "qvutils/common/shapes/qvshape.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <string>
+
+#include "qvutils/common/error/qverror.h"
+#include "qvutils/common/shapes/qvellipse.h"
+#include "qvutils/common/shapes/qvpolygon.h"
+#include "qvutils/common/shapes/qvrectangle.h"
+#include "qvutils/common/shapes/qvregularpolygon.h"
+#include "qvutils/common/shapes/shapetext.h"
+
+const qvClassInfo QVShape::cinfo_QVShape("QVShape", QVObject::getStaticClassInfo());
+
+namespace {
+
+constexpr const QVShapeKind* kinds[] = {&QVRectangle::kind, &QVEllipse::kind, &QVPolygon::kind,
+                                        &QVRegularPolygon::kind};
+
+}  // namespace
+
+QVRotation::QVRotation(double degrees) {
+    // The turn is taken apart into right angles and a rest of at most half of one.
+    int quarters = 0;
+    const double rest = std::remquo(degrees, 90.0, &quarters) * std::numbers::pi / 180;
+    const double c = std::cos(rest);
+    const double s = std::sin(rest);
+    const bool swapped = quarters & 1;
+    cos_ = swapped ? -s : c;
+    sin_ = swapped ? c : s;
+    if (quarters & 2) {
+        cos_ = -cos_;
+        sin_ = -sin_;
+    }
+}
+
+const char* QVDimension::flawOf(double value) const {
+    if (need == finite) return std::isfinite(value) ? nullptr : "must be a finite number";
+    if (need == positive)
+        return value > 0 && std::isfinite(value) ? nullptr : "must be a positive number";
+    const bool possible =
+        value >= QVRegularPolygon::minVertices && value <= QVRegularPolygon::maxVertices;
+    return possible ? nullptr : "must be from 3 to 1000000";
+}
+
+bool QVDimension::isLeftOut() const {
+    return optional && with([](const auto* p) { return p->IsValue() && p->GetValue() == 0; });
+}
+
+std::vector<QVDimension> QVShape::dimensions() const {
+    std::vector<QVDimension> all;
+    forEachDimension([&](const QVDimension& dimension) { all.push_back(dimension); });
+    return all;
+}
+
+bool QVShape::Contains(const PointT<double>& point, double tolerance) const {
+    return Contains(point) || getDistanceToEdge(point) <= tolerance;
+}
+
+bool QVShape::Contains(const PointT<double>& point, double tolerance, bool& onEdge) const {
+    onEdge = getDistanceToEdge(point) <= tolerance;
+    return onEdge || Contains(point);
+}
+
+RectT<double> QVShape::getBoundingRectWithPlacement(const QVPlacement& placement) const {
+    RectT<double> rect = getTurnedBoundingRect(QVRotation(placement.rotation));
+    rect.left += placement.position.x;
+    rect.right += placement.position.x;
+    rect.top += placement.position.y;
+    rect.bottom += placement.position.y;
+    return rect;
+}
+
+bool QVShape::Expand(double distance) {
+    const std::unique_ptr<QVShape> expanded = CreateExpandedShape(distance);
+    if (!expanded) return false;
+    if (&expanded->getKind() == &getKind()) {
+        takeDimensions(*expanded);
+        return true;
+    }
+    refuse("expand", (std::string("the result is a ") + expanded->getKind().lowerName).c_str());
+    return false;
+}
+
+void QVShape::takeDimensions(const QVShape& other) {
+    makeRoomFor(other);
+    const std::vector<QVDimension> mine = dimensions();
+    const std::vector<QVDimension> theirs = other.dimensions();
+    for (std::size_t i = 0; i < mine.size() && i < theirs.size(); ++i) {
+        mine[i].with([&]<class T>(qvParameter<T>* parameter) {
+            const auto* source = std::get<qvParameter<T>*>(theirs[i].parameter);
+            if (nameSpace() || source->IsValue())
+                parameter->CopyFrom(nameSpace(), *source);
+            else
+                parameter->SetValue(source->GetValue());
+        });
+    }
+}
+
+std::unique_ptr<QVShape> QVShape::newCopy(qvNameSpace* space) const {
+    std::unique_ptr<QVShape> copy = getKind().create();
+    copy->SetNameSpace(space);
+    copy->takeDimensions(*this);
+    return copy;
+}
+
+void QVShape::ChangeNameSpace(qvNameSpace* space) {
+    SetNameSpace(space);
+    if (!space) return;
+    forEachDimension([&](const QVDimension& dimension) {
+        dimension.with([&](auto* parameter) { parameter->CopyFrom(space, *parameter); });
+    });
+}
+
+CheckSum QVShape::GetCheckSum() const {
+    CheckSum sum;
+    sum.Append(QVText(getKind().keyword));
+    forEachDimension([&](const QVDimension& dimension) {
+        dimension.with([&](auto* parameter) { parameter->AppendCheckSum(sum, true); });
+    });
+    return sum;
+}
+
+bool QVShape::ParseString(const char* text) {
+    if (!text) text = "";
+    const QVShapeKind& kind = getKind();
+    const std::vector<std::string_view> pieces = qvSplitShapeParameters(text);
+    const std::vector<QVDimension> all = dimensions();
+    const std::size_t least = all.size() - (all.back().optional ? 1 : 0);
+    const bool missing = pieces.size() < least || pieces.size() > all.size() ||
+                         std::any_of(pieces.begin(), pieces.end(),
+                                     [](std::string_view piece) { return piece.empty(); });
+    if (missing) {
+        SyntaxErr("Invalid %s parameters: %s\n   required format: %s\n", kind.lowerName, text,
+                  getDefStringComment());
+        return false;
+    }
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        const std::string flaw = qvFlawOfDimension(all[i], pieces[i], nameSpace());
+        if (flaw.empty()) continue;
+        SyntaxErr("Invalid %s parameters: %s\n   %s\n", kind.lowerName, text, flaw.c_str());
+        return false;
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const QVString piece(i < pieces.size() ? pieces[i] : "0");
+        all[i].with([&](auto* p) { p->SetValueOrExpression(nameSpace(), piece); });
+    }
+    return true;
+}
+
+QVString QVShape::getDefString() const {
+    QVString text = getKind().keyword;
+    const char* separator = "";
+    forEachDimension([&](const QVDimension& dimension) {
+        if (dimension.isLeftOut()) return;
+        text += separator;
+        text += qvTextOfDimension(dimension);
+        separator = ", ";
+    });
+    return text + ")";
+}
+
+QVString QVShape::shortDefinition() const {
+    constexpr int most = 60;
+    const QVString text = getDefString();
+    return text.Length() > most ? text.SubString(0, most) + "..." : text;
+}
+
+void QVShape::refuse(const char* verb, const char* reason) const {
+    qverr().setf("cannot %s %s: %s\n", verb, shortDefinition().Chars(), reason);
+}
+
+std::unique_ptr<QVShape> QVShape::ReadShape(qvNameSpace* space, const QVString& text) {
+    std::string_view form = QVSubString(text.Strip(QVString::both)).view();
+    for (const QVShapeKind* kind : kinds) {
+        const std::string_view keyword = kind->keyword;
+        if (!form.starts_with(keyword)) continue;
+        form.remove_prefix(keyword.size());
+        if (!form.ends_with(')') || form.find('\0') != form.npos) {
+            SyntaxErr("Missing closing bracket: %s\n   required format: %s%s)\n", text.Chars(),
+                      kind->keyword, kind->parameters);
+            return nullptr;
+        }
+        form.remove_suffix(1);
+        std::unique_ptr<QVShape> shape = kind->create();
+        shape->SetNameSpace(space);
+        if (!shape->ParseString(std::string(form).c_str())) return nullptr;
+        return shape;
+    }
+    std::string forms;
+    for (const QVShapeKind* kind : kinds)
+        forms += std::string("   ") + kind->keyword + kind->parameters + ")\n";
+    SyntaxErr("Unknown shape: %s\n   one of these is required:\n%s", text.Chars(), forms.c_str());
+    return nullptr;
+}
+
+bool QVShape::checkSize(double w, double h) const {
+    const QVDimension size{};
+    const char* flaw = size.flawOf(w);
+    if (!flaw) flaw = size.flawOf(h);
+    if (!flaw) return true;
+    qverr().setf("cannot set the size to %s x %s: it %s\n", qvShortestText(w).Chars(),
+                 qvShortestText(h).Chars(), flaw);
+    return false;
+}
+
+bool QVShape::checkAngle(double angle) const {
+    if (std::isfinite(angle)) return true;
+    refuse("rotate", "the angle is not a finite number");
+    return false;
+}
+
+bool QVShape::checkExpanded(double distance, double w, double h) const {
+    if (!std::isfinite(distance) || !std::isfinite(w) || !std::isfinite(h))
+        refuse("expand", "the distance is not a number that can be used");
+    else if (!(w > 0 && h > 0))
+        refuse("expand", ("nothing would be left by " + qvShortestText(distance)).Chars());
+    else
+        return true;
+    return false;
+}
+
+bool QVShape::canBlend(const QVShape& a, const QVShape& b, const WeightType& weight,
+                       const char* message) const {
+    if (&a.getKind() != &getKind() || &b.getKind() != &getKind()) {
+        qverr().set(message);
+    } else if (!std::isfinite(weight.x) || !std::isfinite(weight.y) ||
+               !std::isfinite(weight.angle)) {
+        qverr().set("Cannot create weighted shape: a weight is not a finite number\n");
+    } else {
+        return true;
+    }
+    return false;
+}
+
+bool QVShape::AreAllParametersValues() const {
+    bool all = true;
+    forEachDimension([&](const QVDimension& dimension) {
+        all = all && dimension.with([](const auto* parameter) { return parameter->IsValue(); });
+    });
+    return all;
+}
+
+bool QVShape::operator==(const QVShape& other) const {
+    if (this == &other) return true;
+    if (&getKind() != &other.getKind()) return false;
+    const std::vector<QVDimension> mine = dimensions();
+    const std::vector<QVDimension> theirs = other.dimensions();
+    return std::equal(mine.begin(), mine.end(), theirs.begin(), theirs.end(),
+                      [](const QVDimension& a, const QVDimension& b) {
+                          return a.with([&]<class T>(const qvParameter<T>* parameter) {
+                              return *parameter == *std::get<qvParameter<T>*>(b.parameter);
+                          });
+                      });
+}
+
+bool QVShape::EqualsTo(const QVObject& other) const {
+    const auto* shape = dynamic_cast<const QVShape*>(&other);
+    return shape && *this == *shape;
+}
+
+bool QVShape::Check() const {
+    bool good = true;
+    forEachDimension([&](const QVDimension& dimension) {
+        if (!good) return;
+        dimension.with([&](const auto* parameter) {
+            const auto value = parameter->GetValue();
+            const char* flaw = dimension.flawOf(value);
+            if (!flaw) return;
+            good = false;
+            qverr().setf("the %s of %s is %s\n   it %s\n", dimension.name,
+                         shortDefinition().Chars(), qvShortestText(value).Chars(), flaw);
+        });
+    });
+    return good;
+}
