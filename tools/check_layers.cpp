@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
     const fs::path root = argv[1];
     const House house = readHouse(root / "tools/layers.txt");
     int files = 0;
-    for (const char* wing : {"qvutils", "apps", "plot"}) {
+    for (const char* wing : {"qvutils", "apps", "plot", "plugins"}) {
         if (!fs::exists(root / wing)) continue;
         for (const auto& entry : fs::recursive_directory_iterator(root / wing)) {
             const fs::path kind = entry.path().extension();

@@ -1,0 +1,272 @@
+#include "plugins/slabguide/slabcomplex.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <optional>
+
+#include "plugins/slabguide/slablayer.h"
+#include "plugins/slabguide/slabreal.h"
+#include "plugins/slabguide/slabregion.h"
+
+namespace slab {
+
+namespace {
+
+constexpr double epsilon = std::numeric_limits<double>::epsilon();
+
+/// The dispersion function at a trial w.
+struct Trial {
+    Complex w;
+    Complex value;  ///< but for a positive factor
+    Complex ratio;  ///< logarithmic derivative
+};
+
+/// With `withoutGrowth` it is divided by exp(sum of q t), which leaves the zeros as they are and
+/// the function nearly constant far away from the permittivities.
+Trial tryAt(const Media<Complex>& media, const Complex& w, bool withoutGrowth) {
+    const Complex qs = decay(media.front().q2(w));
+    const Complex qc = decay(media.back().q2(w));
+    auto state = State<Complex>::start(media.front(), qs);
+    double angle = 0;
+    Complex growth = 0;
+    for (std::size_t i = 1; i + 1 < media.size(); ++i) {
+        const Medium<Complex>& m = media[i];
+        const Complex q2 = m.q2(w);
+        state.cross(m, q2);
+        if (!withoutGrowth) continue;
+        const Complex q = decay(q2);
+        angle += q.imag() * m.t;
+        growth += m.s * m.t / (2. * q);
+    }
+    const Medium<Complex>& cover = media.back();
+    const Complex load = qc / cover.p;
+    const Complex value = state.phi + load * state.psi;
+    const Complex slope =
+        state.dphi + load * state.dpsi + cover.s / (2. * qc * cover.p) * state.psi;
+    return {w, value * Complex(std::cos(angle), -std::sin(angle)), slope / value - growth};
+}
+
+class Search {
+public:
+    explicit Search(const Media<Complex>& media) : media_(media) {}
+
+    std::vector<Complex>& zeros() { return zeros_; }
+    const std::string& error() const { return error_; }
+
+    /// A zero near the guess, when there is one in the region that was not found before.
+    void tryFrom(const Complex& guess, const std::vector<Box>& region) {
+        const auto zero = newton(guess);
+        if (zero && isNew(*zero) && isIn(region, *zero)) zeros_.push_back(*zero);
+    }
+
+    /// Finds all zeros in the box.
+    void cover(const Box& box, const std::vector<Box>& region) {
+        const std::optional<long> count = zerosIn(box, analyticWithoutGrowth(box));
+        if (!count || *count < 0) return fail("the search for modes failed near", box);
+        if (*count > maxModes) {
+            error_ = "there are " + std::to_string(*count) + " guided modes, more than the " +
+                     std::to_string(maxModes) + " that can be solved for";
+            return;
+        }
+        divide(box, *count, region, 0);
+    }
+
+private:
+    static bool isIn(const std::vector<Box>& region, const Complex& w) {
+        return std::any_of(region.begin(), region.end(),
+                           [&](const Box& box) { return box.contains(w); });
+    }
+    bool isNew(const Complex& w) const {
+        return std::none_of(zeros_.begin(), zeros_.end(), [&](const Complex& z) {
+            return std::abs(w - z) <= 1e-9 * std::abs(w);
+        });
+    }
+    long known(const Box& box) const {
+        return std::count_if(zeros_.begin(), zeros_.end(),
+                             [&](const Complex& z) { return box.contains(z); });
+    }
+    void fail(const char* what, const Box& box) {
+        if (!error_.empty()) return;
+        const Complex n = std::sqrt(box.centre());
+        error_ = std::string(what) + " an effective index of " + std::to_string(n.real());
+    }
+
+    /// No root of an inner layer has its cut in the box.
+    bool analyticWithoutGrowth(const Box& box) const {
+        for (std::size_t i = 1; i + 1 < media_.size(); ++i) {
+            const Medium<Complex>& m = media_[i];
+            if (m.s != Complex(1)) return false;
+            const Complex& eps = m.eps;
+            if (box.low.real() <= eps.real() && box.low.imag() <= eps.imag() &&
+                box.high.imag() >= eps.imag()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::optional<long> zerosIn(const Box& box, bool withoutGrowth) const;
+    std::optional<double> turn(const Trial& a, const Trial& b, bool withoutGrowth, int depth) const;
+    std::optional<Complex> newton(Complex w) const;
+    std::optional<Complex> polished(Complex w) const;
+    void divide(const Box& box, long count, const std::vector<Box>& region, int depth);
+    bool settle(const Box& box, long count, const std::vector<Box>& region);
+
+    const Media<Complex>& media_;
+    std::vector<Complex> zeros_;
+    std::string error_;
+};
+
+/// By how much the argument changes from a to b: steps are small enough when the change agrees with
+/// what the derivatives at both ends foretell.
+std::optional<double> Search::turn(const Trial& a, const Trial& b, bool withoutGrowth,
+                                   int depth) const {
+    constexpr int deepest = 60;
+    constexpr double largestTurn = 1.2, largestError = 0.6;
+    const Complex way = b.w - a.w;
+    const double change = std::arg(b.value * std::conj(a.value));
+    if (std::abs(change) < largestTurn &&
+        std::abs((a.ratio * way).imag() - change) < largestError &&
+        std::abs((b.ratio * way).imag() - change) < largestError) {
+        return change;
+    }
+    const Complex w = a.w + way / 2.;
+    if (depth == deepest || w == a.w || w == b.w) return {};
+    const Trial between = tryAt(media_, w, withoutGrowth);
+    const auto first = turn(a, between, withoutGrowth, depth + 1);
+    if (!first) return {};
+    const auto second = turn(between, b, withoutGrowth, depth + 1);
+    if (!second) return {};
+    return *first + *second;
+}
+
+/// Nothing when a zero lies on the edge.
+std::optional<long> Search::zerosIn(const Box& box, bool withoutGrowth) const {
+    const Complex corners[] = {
+        box.low, {box.high.real(), box.low.imag()}, box.high, {box.low.real(), box.high.imag()}};
+    constexpr int pieces = 4;
+    double total = 0;
+    const Trial first = tryAt(media_, corners[0], withoutGrowth);
+    Trial last = first;
+    for (int edge = 0; edge < 4; ++edge) {
+        const Complex from = corners[edge], to = corners[(edge + 1) % 4];
+        for (int i = 1; i <= pieces; ++i) {
+            const bool closes = edge == 3 && i == pieces;
+            const Trial next =
+                closes ? first
+                       : tryAt(media_, from + (to - from) * (double(i) / pieces), withoutGrowth);
+            const auto change = turn(last, next, withoutGrowth, 0);
+            if (!change) return {};
+            total += *change;
+            last = next;
+        }
+    }
+    const double turns = total / (2 * std::numbers::pi);
+    if (std::abs(turns - std::round(turns)) > 0.1) return {};
+    return std::lround(turns);
+}
+
+/// With the zeros that are known divided out: H. Peters and J. H. Wilkinson, SIAM Rev. 13 (1971).
+std::optional<Complex> Search::newton(Complex w) const {
+    constexpr int most = 40;
+    const double cutOff = std::max({media_.front().eps.real(), media_.back().eps.real(), 0.});
+    for (int i = 0; i < most; ++i) {
+        Complex ratio = tryAt(media_, w, false).ratio;
+        for (const Complex& z : zeros_) ratio -= 1. / (w - z);
+        const Complex step = 1. / ratio;
+        if (!std::isfinite(step.real()) || !std::isfinite(step.imag())) return {};
+        w -= step;
+        if (!(w.real() > cutOff)) return {};
+        if (std::abs(step) <= 1e-12 * std::abs(w)) return polished(w);
+    }
+    return {};
+}
+
+std::optional<Complex> Search::polished(Complex w) const {
+    const Complex start = w;
+    for (int i = 0; i < 4; ++i) {
+        const Complex step = 1. / tryAt(media_, w, false).ratio;
+        if (!(std::abs(step) <= 1e-9 * std::abs(w))) break;
+        w -= step;
+        if (std::abs(step) <= 2 * epsilon * std::abs(w)) break;
+    }
+    // Two zeros that lie next to each other must not become one.
+    return isNew(w) ? w : start;
+}
+
+/// Finds the zeros that the box lacks from a few places inside; true when it lacks none then.
+bool Search::settle(const Box& box, long count, const std::vector<Box>& region) {
+    constexpr double places[][2] = {{0.5, 0.5}, {0.21, 0.43}, {0.77, 0.61}};
+    constexpr long few = 3;
+    if (count - known(box) > few) return false;
+    for (const auto& place : places) {
+        if (known(box) >= count) break;
+        tryFrom(box.low + Complex(place[0] * box.width(), place[1] * box.height()), region);
+    }
+    return known(box) >= count;
+}
+
+void Search::divide(const Box& box, long count, const std::vector<Box>& region, int depth) {
+    constexpr int deepest = 200;
+    if (!error_.empty() || count <= known(box) || settle(box, count, region)) return;
+    const double size = std::max(box.width(), box.height());
+    if (size < 1e-10 * std::abs(box.centre()) || depth == deepest) {
+        for (long lacking = count - known(box); lacking > 0; --lacking) {
+            const Complex zero = newton(box.centre()).value_or(box.centre());
+            zeros_.push_back(box.contains(zero) ? zero : box.centre());
+        }
+        return;
+    }
+    for (const double fraction : {0.4871, 0.5323, 0.4417, 0.5779}) {
+        Box first = box, second = box;
+        if (box.width() > box.height()) {
+            const double cut = box.low.real() + fraction * box.width();
+            first.high.real(cut);
+            second.low.real(cut);
+        } else {
+            const double cut = box.low.imag() + fraction * box.height();
+            first.high.imag(cut);
+            second.low.imag(cut);
+        }
+        const auto there = zerosIn(first, analyticWithoutGrowth(first));
+        if (!there || *there < 0 || *there > count) continue;
+        divide(first, *there, region, depth + 1);
+        divide(second, count - *there, region, depth + 1);
+        return;
+    }
+    fail("the modes could not be told apart near", box);
+}
+
+/// The guide without its losses tells where to look first.
+std::vector<Complex> guesses(const Media<Complex>& media) {
+    const Media<double> real = realPart(media);
+    for (const Medium<double>& m : real) {
+        if (!(m.p > 0) || !(m.s > 0)) return {};
+    }
+    std::string unused;
+    const std::vector<double> modes = losslessModes(real, unused);
+    return {modes.begin(), modes.end()};
+}
+
+}  // namespace
+
+std::vector<Complex> complexModes(const Media<Complex>& media, Polarisation polarisation,
+                                  std::string& error) {
+    const std::vector<Box> region = searchRegion(media, polarisation);
+    Search search(media);
+    if (!region.empty()) {
+        for (const Complex& guess : guesses(media)) search.tryFrom(guess, region);
+    }
+    for (const Box& box : region) search.cover(box, region);
+    error = search.error();
+    if (!error.empty()) return {};
+    std::vector<Complex> modes = std::move(search.zeros());
+    std::sort(modes.begin(), modes.end(), [](const Complex& a, const Complex& b) {
+        return std::sqrt(a).real() > std::sqrt(b).real();
+    });
+    return modes;
+}
+
+}  // namespace slab
