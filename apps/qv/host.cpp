@@ -7,6 +7,7 @@
 
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/app/qvcommandfile.h"
 #include "qvutils/ui/project/qvprojman.h"
 
@@ -132,6 +133,12 @@ bool Host::fail() {
     return !stopsOnError();
 }
 
+// Whoever stops a statement wants the rest of the text to be left out too.
+bool Host::isKilled() {
+    if (!qvRunSignal::killRequested()) return false;
+    return stopped_ = failed_ = true;
+}
+
 bool Host::mayRun(const char* command) {
     if (!inFile_ || runsTheRest_ || !*command || !settings_ || !settings_->stepByStep) return true;
     const Answer answer = ask_(std::string("> ") + abbreviated(command) + "\nrun it?", true);
@@ -162,7 +169,7 @@ void Host::echo(const char* command) {
 bool Host::OnParseCommand(const char* command, const char* result, int flags) {
     if (isForAnswer()) return qvCommandObject::OnParseCommand(command, result, flags);
     if (flags == aboutToRun) {
-        if (!mayRun(command)) return false;
+        if (isKilled() || !mayRun(command)) return false;
         observe(command, flags);
         if (options_.echo) echo(command);
         return true;

@@ -43,7 +43,10 @@ public:
 
 private:
     bool fail();
-    bool stopsOnError() const { return options_.stopOnError || (settings_ && settings_->stopOnError); }
+    bool stopsOnError() const {
+        return options_.stopOnError || (settings_ && settings_->stopOnError);
+    }
+    bool isKilled();
     bool mayRun(const char* command);
     bool mayGoOn();
     void echo(const char* command);

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 
 #include "apps/qv/lineedit.h"
+#include "qvutils/common/platform/interrupts.h"
 #include "qvutils/common/tasks/runsignal.h"
 
 namespace {
@@ -20,6 +20,7 @@ struct Editing {
     History* history = nullptr;
     LineEditor::Completer completer;
     std::string prompt;
+    qvplatform::StopHandler outerHandler = nullptr;
 };
 Editing editing;
 
@@ -70,6 +71,14 @@ unsigned char complete(EditLine* handle, int) {
     return CC_REDISPLAY;
 }
 
+// Ctrl-C stops what runs, whose owner holds a qvRunSignal; when that does not stop, a second one
+// ends the program. When nothing runs it drops the line that is being typed.
+bool stopOrDropLine(qvplatform::StopRequest request) {
+    if (request != qvplatform::StopRequest::interrupt || qvRunSignal::killRequested()) return false;
+    qvRunSignal::requestQuietKill();
+    return true;
+}
+
 // The editor reads whole characters, which are UTF-8 whatever the locale says.
 void useUtf8() {
     const char* locale = std::setlocale(LC_CTYPE, "");
@@ -82,8 +91,7 @@ void useUtf8() {
 
 LineEditor::LineEditor(Completer completer, const std::vector<std::string>& lines) {
     useUtf8();
-    // Ctrl-C stops what runs: its owner holds a qvRunSignal.
-    std::signal(SIGINT, [](int) { qvRunSignal::requestQuietKill(); });
+    editing.outerHandler = qvplatform::setStopHandler(stopOrDropLine);
     editing.completer = std::move(completer);
     editing.history = history_init();
     HistEvent event;
@@ -104,7 +112,7 @@ LineEditor::LineEditor(Completer completer, const std::vector<std::string>& line
 LineEditor::~LineEditor() {
     el_end(editing.handle);
     history_end(editing.history);
-    std::signal(SIGINT, SIG_DFL);
+    qvplatform::setStopHandler(editing.outerHandler);
     editing = Editing();
 }
 

@@ -7,8 +7,12 @@
 #include "apps/qv/materialcommand.h"
 #include "apps/qv/options.h"
 #include "apps/qv/prompt.h"
+#include "apps/qv/sendcommand.h"
+#include "apps/qv/servecommand.h"
+#include "apps/qv/stopping.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/console.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/app/qvapp.h"
 
 namespace {
@@ -83,18 +87,35 @@ void runInputs(const Options& options, Host& host) {
     }
 }
 
+// Holds the run signal, so that Ctrl-C stops what runs and with it the rest of the inputs.
+void runWithoutPrompt(const Options& options, Host& host) {
+    const qvRunSignal running;
+    if (options.action == Options::Action::prompt)
+        host.runInput();
+    else
+        runInputs(options, host);
+    if (qvRunSignal::killRequested()) std::fputs("qv: stopped\n", stderr);
+    listUnsaved();
+}
+
+// Materials are asked without an application around them.
+int runMaterialCommand(const Options& options) {
+    const qvSettingsStore store("qv", qvSettingsPlace::chosen(options.settings));
+    qvSettings settings;
+    settings.load(store);
+    qvSetMaterialDirectory(settings.values().materialDir.Chars());
+    return runMaterial(options.inputs);
+}
+
 int runCommands(const Options& options) {
+    stopOperationsOnInterrupt();
     Host host(options);
     Application application(host, options);
-    if (options.action != Options::Action::prompt) {
-        runInputs(options, host);
-        listUnsaved();
-    } else if (qvplatform::inputIsTerminal()) {
+    if (options.action == Options::Action::prompt && qvplatform::inputIsTerminal()) {
         application.enterStartupDirectory(false);
         application.runPrompt(host);
     } else {
-        host.runInput();
-        listUnsaved();
+        runWithoutPrompt(options, host);
     }
     return host.failed() ? 1 : 0;
 }
@@ -120,7 +141,11 @@ int main(int argc, char** argv) {
     } else if (options.action == Options::Action::eval) {
         status = runEval(options.inputs);
     } else if (options.action == Options::Action::material) {
-        status = runMaterial(options.inputs);
+        status = runMaterialCommand(options);
+    } else if (options.action == Options::Action::serve) {
+        status = runServe(options);
+    } else if (options.action == Options::Action::send) {
+        status = runSend(options.inputs);
     } else {
         status = runCommands(options);
     }

@@ -48,6 +48,10 @@ const Word words[] = {
      chooseSubcommand<Action::eval>},
     {"material", " FILE...", "ask a material file; \"qv material --help\" tells more",
      chooseSubcommand<Action::material>},
+    {"serve", " [FILE...]", "let programs command this one; \"qv serve --help\" tells more",
+     chooseSubcommand<Action::serve>},
+    {"send", " COMMAND", "command such a program; \"qv send --help\" tells more",
+     chooseSubcommand<Action::send>},
     {"--stop-on-error", "", "stop at the first statement that fails",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return options.stopOnError = true;
@@ -122,6 +126,8 @@ std::string usage() {
         "       qv [OPTION...] -c TEXT       execute a text\n"
         "       qv eval FORMULA...           a calculator\n"
         "       qv material FILE NAME        what a material is like\n"
+        "       qv serve [FILE...]           take commands from programs outside\n"
+        "       qv send COMMAND              give a command to such a program\n"
         "       qv [OPTION...]               type commands; end with Ctrl-D or \"quit\"\n\n";
     for (const Word& word : words) {
         std::string left = std::string("  ") + word.name + word.argument;

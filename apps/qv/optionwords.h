@@ -1,8 +1,10 @@
 #pragma once
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <iterator>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "apps/qv/numbertable.h"
@@ -17,6 +19,17 @@ struct OptionWord {
     /// Returns false when the argument does not suit.
     bool (*apply)(Options&, const std::string& argument);
 };
+
+/// Reads a number within limits; all of the text has to belong to it.
+template <class T>
+bool readNumber(const std::string& text, T least, T most, T& value) {
+    T number{};
+    const char* const end = text.data() + text.size();
+    const auto [rest, failure] = std::from_chars(text.data(), end, number);
+    if (failure != std::errc() || rest != end || !(number >= least && number <= most)) return false;
+    value = number;
+    return true;
+}
 
 /// The format of a table may be chosen once.
 template <class Options>

@@ -6,6 +6,7 @@
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/app/qvcommandfile.h"
 
 QVObject* qvCommandObject::FindInApp(const char* name) {
@@ -23,8 +24,10 @@ qvCommandAnswer qvCommandObject::ExecuteForAnswer(const char* text) {
     answerNesting_ = getNesting() + 1;
     const bool succeeded = Execute(text);
     std::tie(answer_, answerNesting_) = outer;
-    // Texts that run each other too deep fail without a statement of this one.
-    if (!succeeded && !answer.failed) answer = {true, false, qverr().chars()};
+    // Texts that run each other too deep, and those that are stopped, fail without a statement.
+    if (!succeeded && !answer.failed) {
+        answer = {true, false, qverr() ? qverr().chars() : "stopped\n"};
+    }
     qverr().reset();
     return answer;
 }
@@ -66,6 +69,8 @@ bool qvCommandObject::RunFile(const std::string& path) {
 }
 
 bool qvCommandObject::OnParseCommand(const char* command, const char* result, int flags) {
+    // Whoever stops a statement wants the rest of the text to be left out too.
+    if (flags == aboutToRun && qvRunSignal::killRequested()) return false;
     observe(command, flags);
     if (flags != hasRun) return true;
     if (isForAnswer()) return addToAnswer(result);

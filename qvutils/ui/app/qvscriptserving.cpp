@@ -100,6 +100,7 @@ std::string qvScriptServing::answerTo(const char* text, unsigned size) {
     executing_ = true;
     qvCommandAnswer answer = commands_.ExecuteForAnswer(std::string(text, length).c_str());
     executing_ = false;
+    ++executed_;
     if (answer.text.size() > qvFrameHighestLimit - qvFrameHeaderSize) {
         answer = {true, false, "the answer is too long\n"};
     }
@@ -112,8 +113,8 @@ void qvScriptServing::setLog(Log log) {
     server_.setLog(log_ ? takeLine : nullptr, this);
 }
 
-void qvScriptServing::takeLine(void* self, const char* line, bool) {
-    static_cast<qvScriptServing*>(self)->log_(line);
+void qvScriptServing::takeLine(void* self, const char* line, bool isFailure) {
+    static_cast<qvScriptServing*>(self)->log_(line, isFailure);
 }
 
 // The beginning of a text tells it from others; a line break would look like another entry.
@@ -128,5 +129,5 @@ void qvScriptServing::logText(const char* text, unsigned size, const std::string
     for (char& c : line) {
         if (static_cast<unsigned char>(c) < ' ') c = ' ';
     }
-    log_(line);
+    log_(line, false);
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -16,8 +17,8 @@ class qvCommandObject;
 /// One program is served at a time. Results do not go to the output.
 class QVCORE_API qvScriptServing : public qvScriptServer {
 public:
-    /// A line for each text that was executed.
-    using Log = std::function<void(const std::string& line)>;
+    /// Takes a line for each text that was executed, and all that the server has to report.
+    using Log = std::function<void(const std::string& line, bool isFailure)>;
 
     /// `commands` is not owned.
     explicit qvScriptServing(qvCommandObject& commands) : commands_(commands) {}
@@ -37,8 +38,10 @@ public:
     bool listen(int port);
     /// How to listen and whom to take; for the next start.
     ServerSettings& settings() { return server_.settings(); }
-    /// Lines about connections go to `log` too; without one they go to the diagnostic streams.
+    /// Without a log, reports go to the diagnostic streams and texts are not put down.
     void setLog(Log log);
+    /// How many texts have been executed.
+    std::uint64_t executed() const { return executed_; }
 
     /// The answer to a text of `size` bytes, with or without a NUL at its end.
     std::string answerTo(const char* text, unsigned size);
@@ -53,5 +56,6 @@ private:
     Server server_;
     Log log_;
     int port_ = 0;
+    std::uint64_t executed_ = 0;
     bool executing_ = false;
 };
