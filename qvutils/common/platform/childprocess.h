@@ -40,6 +40,8 @@ public:
 
     /// What has been written and not been read, at most `size` bytes; never waits.
     std::size_t readOutput(char* buffer, std::size_t size);
+    /// Some program may still write; turns false when readOutput has come to the end.
+    bool outputIsOpen() const { return output_ != -1; }
     /// Asks the program to end, where the system has a way of asking (Ctrl-C).
     void interrupt();
     /// Ends the program and what it has started, except what has made itself independent.
