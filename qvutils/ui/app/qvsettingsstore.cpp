@@ -117,13 +117,13 @@ bool qvSettingsStore::changeConfig(const std::function<void(wxConfigBase&)>& cha
     if (!impl_) return false;
     SettingsSource& source = *impl_->source;
     qvplatform::FileLock turn;
-    if (!turn.acquire(source.lockFile(), longestWait)) {
-        wlwrite(("the settings in " + source.place() + " could not be kept: " +
-                 qvplatform::errorText(errno) + "\n").c_str());
+    const bool myTurn = turn.acquire(source.lockFile(), longestWait);
+    const std::string cause = myTurn ? "" : ": " + qvplatform::errorText(errno);
+    const std::unique_ptr<wxConfigBase> config = myTurn ? source.open() : nullptr;
+    if (!config) {
+        wlwrite(("the settings could not be kept in " + source.place() + cause + "\n").c_str());
         return false;
     }
-    const std::unique_ptr<wxConfigBase> config = source.open();
-    if (!config) return false;
     {
         const ToolkitMessages unshown;
         config->SetExpandEnvVars(false);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <string_view>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
@@ -14,7 +15,8 @@ namespace {
 // The toolkit keeps keys in sorted arrays and groups in each other: more would become slow.
 constexpr std::size_t mostBytes = 256 * 1024;
 constexpr std::ptrdiff_t deepestGroup = 16;
-constexpr std::size_t mostWarnings = 5;
+constexpr std::size_t mostWarnings = 5;  // about one reading
+constexpr std::size_t mostTold = 50;
 
 // The length of the UTF-8 character at the front of `text`, 0 when there is none.
 std::size_t characterLength(std::string_view text) {
@@ -84,12 +86,13 @@ private:
     bool keepDamaged();
     // Each use of the store reads the file: what is wrong with it is told once.
     void warn(const std::string& text) {
-        if (!told_) wlwrite(("settings file \"" + path_ + "\": " + text + "\n").c_str());
+        if (told_.size() < mostTold && told_.insert(text).second)
+            wlwrite(("settings file \"" + path_ + "\": " + text + "\n").c_str());
     }
 
     std::string path_;
     bool damaged_ = false;
-    bool told_ = false;
+    std::set<std::string> told_;
 };
 
 bool SettingsFile::read(std::string& text) {
@@ -116,10 +119,9 @@ std::unique_ptr<wxConfigBase> SettingsFile::parse(const std::string& text) {
     wxMemoryInputStream stream(text.data(), text.size());
     auto config = std::make_unique<wxFileConfig>(stream, wxConvUTF8);
     const std::vector<std::string>& all = messages.all();
-    const std::string nameless = "file '', ";
     for (std::size_t i = 0; i < std::min(all.size(), mostWarnings); ++i) {
-        const bool named = all[i].compare(0, nameless.size(), nameless) == 0;
-        warn(named ? all[i].substr(nameless.size()) : all[i]);
+        const bool nameless = all[i].compare(0, 7, "file ''") == 0;  // it was given a text alone
+        warn(nameless ? all[i].substr(9) : all[i]);
     }
     if (all.size() > mostWarnings)
         warn("and " + std::to_string(all.size() - mostWarnings) + " more of the kind");
@@ -128,10 +130,7 @@ std::unique_ptr<wxConfigBase> SettingsFile::parse(const std::string& text) {
 
 std::unique_ptr<wxConfigBase> SettingsFile::open() {
     std::string text;
-    std::unique_ptr<wxConfigBase> config;
-    if (read(text)) config = parse(text);
-    told_ = true;
-    return config;
+    return read(text) ? parse(text) : nullptr;
 }
 
 // What could not be read as text would be lost with the file that is replaced.
