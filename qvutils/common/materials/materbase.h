@@ -9,19 +9,10 @@
 #include "qvutils/common/tasks/qvlocks.h"
 
 class MaterB;
-class Materbase;
+
 /// The directory where material files are looked for that are not found as named; null or empty
 /// for none. Set before files are loaded; the text is not copied.
 extern QVCORE_API char* materbaseDir;
-
-/// Loads a material file (see docs/material-files.md), or finds it again: a file that is loaded
-/// already is shared, and read again when it has changed on disk. The caller holds one reference.
-/// Null with an error, and nothing is loaded, when anything in the file is wrong. A file that has
-/// changed but cannot be loaded again keeps its last good contents, and a warning says why.
-QVCORE_API Materbase* LoadMaterbase(const char* fileName);
-
-/// Loads the new file, then gives up the reference to the old one: null when it fails.
-QVCORE_API void ChangeMaterbase(Materbase*& current, const char* fileName);
 
 /// Something wrong in a material file.
 struct qvMaterialMistake {
@@ -29,9 +20,6 @@ struct qvMaterialMistake {
     int line = 0;
     std::string message;
 };
-/// All that is wrong in a material file and the files it includes, not only the first thing.
-/// Nothing stays loaded, and no error is posted.
-QVCORE_API std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);
 
 /// One loaded material file: its materials and data blocks. Made by LoadMaterbase only; all
 /// members but the constructor may be used on several threads.
@@ -73,9 +61,9 @@ public:
 
 private:
     friend class qvMaterialLoader;
-    friend Materbase* LoadMaterbase(const char* fileName);
-    friend void ChangeMaterbase(Materbase*& current, const char* fileName);
-    friend std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);
+    friend QVCORE_API Materbase* LoadMaterbase(const char* fileName);
+    friend QVCORE_API void ChangeMaterbase(Materbase*& current, const char* fileName);
+    friend QVCORE_API std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);
 
     struct Contents;
 
@@ -92,3 +80,16 @@ private:
     mutable qvCritSection lock_{"material file"};
     std::unique_ptr<Contents> contents_;
 };
+
+/// Loads a material file (see docs/material-files.md), or finds it again: a file that is loaded
+/// already is shared, and read again when it has changed on disk. The caller holds one reference.
+/// Null with an error, and nothing is loaded, when anything in the file is wrong. A file that has
+/// changed but cannot be loaded again keeps its last good contents, and a warning says why.
+QVCORE_API Materbase* LoadMaterbase(const char* fileName);
+
+/// Loads the new file, then gives up the reference to the old one: null when it fails.
+QVCORE_API void ChangeMaterbase(Materbase*& current, const char* fileName);
+
+/// All that is wrong in a material file and the files it includes, not only the first thing.
+/// Nothing stays loaded, and no error is posted.
+QVCORE_API std::vector<qvMaterialMistake> qvCheckMaterialFile(const char* fileName);
