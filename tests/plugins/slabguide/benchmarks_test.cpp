@@ -1,6 +1,6 @@
 // Published guides: the figures of docs/slabguide.md.
+#include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <numbers>
 
 #include "tests/plugins/slabguide/slabs.h"
@@ -12,40 +12,71 @@ using LongComplex = std::complex<Long>;
 
 namespace {
 
-LongComplex decayOf(const LongComplex& q2) {
-    const LongComplex q = std::sqrt(q2);
-    return q.real() < 0 ? -q : q;
-}
+/// The reflections that layer `home` sees at its edges, each an Airy sum over what lies beyond:
+///     r = (a - b) / (a + b) for q or q / eps on both sides of an interface,
+///     r = (r + R f) / (1 + r R f), f = exp(-2 q k0 t) of the layer beyond with its reflection R
+/// and 1 - R R' f, which is 0 at a mode.
+class Reflections {
+public:
+    Reflections(const slab::Stack& stack, const LongComplex& n) : stack_(stack), n_(n) {}
 
-/// 1 + r for the wave that comes from the substrate with the wrong sign of its root: 0 at a mode.
-LongComplex mismatch(const slab::Stack& stack, const LongComplex& n) {
-    const bool tm = stack.polarisation == Polarisation::TM;
-    const Long k0 = 2 * std::numbers::pi_v<Long> / stack.wavelength;
-    const auto q = [&](std::size_t i) { return decayOf(n * n - LongComplex(stack.layers[i].eps)); };
-    const auto admittance = [&](std::size_t i) {
-        return tm ? q(i) / LongComplex(stack.layers[i].eps) : q(i);
-    };
-    // The reflection seen at the top of layer i, with growing and falling parts of the field.
-    LongComplex r = 0;
-    for (std::size_t i = stack.layers.size() - 1; i-- > 0;) {
-        const LongComplex a = admittance(i), b = admittance(i + 1);
-        const LongComplex step = (a - b) / (a + b);
-        const bool top = i + 2 == stack.layers.size();
-        const LongComplex above =
-            top ? LongComplex(0)
-                : r * std::exp(-2 * q(i + 1) * k0 * Long(stack.layers[i + 1].thickness));
-        r = (step + above) / (LongComplex(1) + step * above);
+    LongComplex mismatch(std::size_t home) const {
+        const std::size_t last = stack_.layers.size() - 1;
+        if (home == 0) return LongComplex(1) / beyond(0, last);
+        return LongComplex(1) - beyond(home, last) * beyond(home, 0) * round(home);
     }
-    return LongComplex(1) / r;
-}
+
+private:
+    LongComplex q(std::size_t i) const {
+        const LongComplex root = std::sqrt(n_ * n_ - LongComplex(stack_.layers[i].eps));
+        return root.real() < 0 ? -root : root;
+    }
+    LongComplex round(std::size_t i) const {
+        const Long k0 = 2 * std::numbers::pi_v<Long> / stack_.wavelength;
+        return std::exp(Long(-2) * q(i) * k0 * Long(stack_.layers[i].thickness));
+    }
+    LongComplex at(std::size_t from, std::size_t to) const {
+        const bool tm = stack_.polarisation == Polarisation::TM;
+        const auto load = [&](std::size_t i) {
+            return tm ? q(i) / LongComplex(stack_.layers[i].eps) : q(i);
+        };
+        return (load(from) - load(to)) / (load(from) + load(to));
+    }
+    LongComplex beyond(std::size_t home, std::size_t end) const {
+        const bool up = end > home;
+        const auto next = [up](std::size_t i) { return up ? i + 1 : i - 1; };
+        LongComplex r = 0;
+        for (std::size_t i = end; i != home;) {
+            const std::size_t from = up ? i - 1 : i + 1;
+            const LongComplex step = at(from, i);
+            const LongComplex further = next(from) == end ? LongComplex(0) : r * round(i);
+            r = (step + further) / (LongComplex(1) + step * further);
+            i = from;
+        }
+        return r;
+    }
+
+    const slab::Stack& stack_;
+    const LongComplex n_;
+};
 
 }  // namespace
 
+/// The best layer counts: in layers that a mode hardly enters the mismatch tells nothing. A step
+/// towards a zero, unlike one away from a pole, leaves hardly any mismatch.
 double distanceFromMode(const slab::Stack& stack, Complex neff) {
     const LongComplex n(neff);
-    const LongComplex step = n * Long(1e-9);
-    const LongComplex here = mismatch(stack, n), there = mismatch(stack, n + step);
-    return static_cast<double>(std::abs(here * step / (there - here)));
+    const LongComplex step = n * Long(1e-12);
+    Long best = unclear;
+    for (std::size_t i = 0; i + 1 < stack.layers.size(); ++i) {
+        const auto mismatch = [&](const LongComplex& trial) {
+            return Reflections(stack, trial).mismatch(i);
+        };
+        const LongComplex here = mismatch(n);
+        const LongComplex way = here * step / (mismatch(n + step) - here);
+        if (std::abs(mismatch(n - way)) < std::abs(here) / 10) best = std::min(best, std::abs(way));
+    }
+    return static_cast<double>(best);
 }
 
 namespace {

@@ -31,13 +31,10 @@ protected:
         run("addvariable", name, vars);
         run("setvariable", (std::string(name) + ", " + formula).c_str(), vars);
     }
-    QVObject* layer(int i) {
-        return node->getPublishedElt("layers").entryElt(i, 0).getObject();
-    }
+    QVObject* layer(int i) { return node->getPublishedElt("layers").entryElt(i, 0).getObject(); }
     bool read(const std::string& lines) {
         TextBlock block;
-        EXPECT_TRUE(
-            block.LoadBlock(("begin <slabTB(1.0)> \"guide\"\n" + lines + "end\n").c_str()));
+        EXPECT_TRUE(block.LoadBlock(("begin <slabTB(1.0)> \"guide\"\n" + lines + "end\n").c_str()));
         return node->ReadBlock(block);
     }
     std::string body() {

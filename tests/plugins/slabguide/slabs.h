@@ -25,7 +25,8 @@ inline slab::Stack stackOf(slab::Polarisation polarisation, double wavelength,
     return stack;
 }
 
-/// How far a mode is from one, told by a way that shares nothing with the solver: Airy's recursion
-/// of reflection coefficients from the cover down, in extended precision, and from there the
-/// distance in N to the next zero by a secant. The recursion holds where tails decay.
+/// How far an effective index is from that of a mode, told by a way that shares nothing with the
+/// solver: sums of reflections in extended precision, and a secant. `unclear` when modes of
+/// two guides in the stack are so close that the secant cannot tell.
+inline constexpr double unclear = 1;
 double distanceFromMode(const slab::Stack& stack, slab::Complex neff);
