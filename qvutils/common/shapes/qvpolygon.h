@@ -2,12 +2,16 @@
 #include "qvutils/common/containers/list.h"
 #include "qvutils/common/shapes/qvpolygonalshape.h"
 
+class QVPolygon;
+
 /// A vertex of a polygon, published as an object with the coordinates `x` and `y`.
 class QVCORE_API QVPolygonPoint : public QVObject {
 public:
     QV_CLASS_INFO(QVPolygonPoint)
 
     QVPolygonPoint() : x(0), y(0) {}
+    QVPolygonPoint(const QVPolygonPoint& other) : QVObject(other), x(other.x), y(other.y) {}
+    QVPolygonPoint& operator=(const QVPolygonPoint&) = default;
 
     qvParameter<double> x;  ///< in micrometres
     qvParameter<double> y;  ///< in micrometres
@@ -16,6 +20,11 @@ public:
     void OnPublish() override;
     /// See QVShape::SetParam.
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
+    /// Before commands reach it: the polygon that is to hear of changes.
+    void setPolygon(QVPolygon& polygon);
+
+private:
+    QVPolygon* polygon_ = nullptr;
 };
 
 /// POLYGON(point1x, point1y, point2x, point2y, ...): straight edges between the vertices in their

@@ -77,7 +77,8 @@ public:
     virtual bool Contains(const PointT<double>& point, double tolerance, bool& onEdge) const;
     /// Contains(point) for many points; the results go to `inside`, which has the same size. The
     /// parameters are read once.
-    virtual void ContainsAll(std::span<const PointT<double>> points, std::span<bool> inside) const;
+    virtual void ContainsAll(std::span<const PointT<double>> points,
+                             std::span<bool> inside) const = 0;
 
     /// Of a polygon those of its bounding box.
     virtual void getSize(double& w, double& h) const = 0;
@@ -151,10 +152,18 @@ public:
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
     qvNameSpace* GetNameSpace() override { return QVObject::GetNameSpace(); }
 
+    /// Called when a command has changed a dimension or the points. Copies begin without it.
+    std::function<void()> onChange;
+    /// For what is done at the order of a command, which may have failed.
+    void tellChange() const;
+
 protected:
     QVShape() = default;
-    QVShape(const QVShape&) = default;
-    QVShape& operator=(const QVShape&) = default;
+    QVShape(const QVShape& other) : QVObject(other) {}
+    QVShape& operator=(const QVShape& other) {
+        QVObject::operator=(other);
+        return *this;
+    }
 
     /// Calls `visit` with each parameter, in the order of the text form.
     virtual void forEachDimension(const std::function<void(const QVDimension&)>& visit) = 0;

@@ -21,7 +21,7 @@ public:
     }
     void* getEntry(int i, int) const override {
         QVPolygonPoint& point = polygon_->plist[i];
-        point.SetNameSpace(polygon_->GetNameSpace());
+        point.setPolygon(*polygon_);
         return static_cast<QVObject*>(&point);
     }
     PublishContainer* copyTo(void* storage, std::size_t capacity) const override {
@@ -38,15 +38,23 @@ void QVShape::OnPublish() {
     typeName_ = getName();
     PublishVar("type", typeName_, "type of shape", true);
     PublishFn(
-        "setSize", [](QVShape& self, double width, double height) { self.setSize(width, height); },
+        "setSize",
+        [](QVShape& self, double width, double height) {
+            if (self.setSize(width, height)) self.tellChange();
+        },
         "( width, height ): set width and height");
+}
+
+void QVShape::tellChange() const {
+    if (onChange && !qverr()) onChange();
 }
 
 void QVShape::SetParam(QVCommandElt& element, const char* value, const char* name) {
     for (const QVDimension& dimension : dimensions()) {
         const void* parameter = dimension.with([](void* p) { return p; });
-        if (parameter == element.getScalarPtr())
-            return qvAssignDimension(dimension, element, value, name);
+        if (parameter != element.getScalarPtr()) continue;
+        qvAssignDimension(dimension, element, value, name);
+        return tellChange();
     }
     QVObject::SetParam(element, value, name);
 }
@@ -73,7 +81,10 @@ void QVRegularPolygon::OnPublish() {
     PublishVar("width", width, "width of regular polygon in um");
     PublishVar("height", height, "height of regular polygon in um");
     PublishFn(
-        "setnumvertices", [](QVRegularPolygon& self, int n) { self.setNumVertices(n); },
+        "setnumvertices",
+        [](QVRegularPolygon& self, int n) {
+            if (self.setNumVertices(n)) self.tellChange();
+        },
         "( n ): set the number of vertices");
     QVShape::OnPublish();
 }
@@ -86,14 +97,22 @@ void QVPolygon::OnPublish() {
     PublishFn(
         "insertpoint",
         [](QVPolygon& self, int idx, const QVString& x, const QVString& y) {
-            self.insertPoint(idx, x, y);
+            if (self.insertPoint(idx, x, y)) self.tellChange();
         },
         "(idx, x, y): insert point into the polygon at place idx in point list, with offset "
         "(x,y)");
     PublishFn(
-        "removepoint", [](QVPolygon& self, int idx) { self.removePoint(idx); },
+        "removepoint",
+        [](QVPolygon& self, int idx) {
+            if (self.removePoint(idx)) self.tellChange();
+        },
         "(idx): remove point from the polygon at place idx in point list");
     QVShape::OnPublish();
+}
+
+void QVPolygonPoint::setPolygon(QVPolygon& polygon) {
+    polygon_ = &polygon;
+    SetNameSpace(polygon.GetNameSpace());
 }
 
 void QVPolygonPoint::OnPublish() {
@@ -104,6 +123,7 @@ void QVPolygonPoint::OnPublish() {
 void QVPolygonPoint::SetParam(QVCommandElt& element, const char* value, const char* name) {
     qvParameter<double>* parameter = element.getScalarPtr() == &x ? &x : &y;
     qvAssignDimension({parameter, "coordinate", QVDimension::finite}, element, value, name);
+    if (polygon_) polygon_->tellChange();
 }
 
 void QVShapeContainer::OnPublish() {

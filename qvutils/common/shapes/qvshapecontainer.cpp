@@ -16,19 +16,20 @@ std::unique_ptr<QVShape> copyOf(QVShape* shape) {
 
 }  // namespace
 
-QVShapeContainer::QVShapeContainer(const QVShapeContainer& other)
-    : QVObject(other), shape_(copyOf(other.shape_.get())) {}
+QVShapeContainer::QVShapeContainer(const QVShapeContainer& other) : QVObject(other) {
+    setShape(copyOf(other.shape_.get()));
+}
 
 QVShapeContainer& QVShapeContainer::operator=(const QVShapeContainer& other) {
     if (this == &other) return *this;
     QVObject::operator=(other);
-    shape_ = copyOf(other.shape_.get());
+    setShape(copyOf(other.shape_.get()));
     return *this;
 }
 
 void QVShapeContainer::CopyFrom(qvNameSpace* space, const QVShapeContainer& other) {
     SetNameSpace(space);
-    shape_ = other.shape_ ? other.shape_->newCopy(space) : nullptr;
+    setShape(other.shape_ ? other.shape_->newCopy(space) : nullptr);
 }
 
 bool QVShapeContainer::EqualsTo(const QVObject& other) const {
@@ -40,12 +41,16 @@ bool QVShapeContainer::EqualsTo(const QVObject& other) const {
 
 void QVShapeContainer::setShape(std::unique_ptr<QVShape> shape) {
     shape_ = std::move(shape);
+    if (!shape_) return;
+    shape_->onChange = [this] {
+        if (onChange) onChange();
+    };
 }
 
 bool QVShapeContainer::ReadShape(const QVString& text) {
     std::unique_ptr<QVShape> shape = QVShape::ReadShape(GetNameSpace(), text);
     if (!shape) return false;
-    shape_ = std::move(shape);
+    setShape(std::move(shape));
     return true;
 }
 
@@ -56,7 +61,7 @@ bool QVShapeContainer::hasShape() const {
 
 bool QVShapeContainer::take(std::unique_ptr<QVShape> shape) {
     if (!shape) return false;
-    shape_ = std::move(shape);
+    setShape(std::move(shape));
     return true;
 }
 
