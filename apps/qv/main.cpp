@@ -9,6 +9,7 @@
 #include "apps/qv/prompt.h"
 #include "apps/qv/sendcommand.h"
 #include "apps/qv/servecommand.h"
+#include "apps/qv/startup.h"
 #include "apps/qv/stopping.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/console.h"
@@ -99,18 +100,25 @@ void runWithoutPrompt(const Options& options, Host& host) {
 }
 
 // Materials are asked without an application around them.
+int runEvalCommand(const Options& options) {
+    qvPlugins plugins;
+    return startUp(options, plugins) ? runEval(options.inputs) : 1;
+}
+
 int runMaterialCommand(const Options& options) {
     const qvSettingsStore store("qv", qvSettingsPlace::chosen(options.settings));
     qvSettings settings;
     settings.load(store);
     qvSetMaterialDirectory(settings.values().materialDir.Chars());
-    return runMaterial(options.inputs);
+    qvPlugins plugins;
+    return startUp(options, plugins) ? runMaterial(options.inputs) : 1;
 }
 
 int runCommands(const Options& options) {
     stopOperationsOnInterrupt();
     Host host(options);
     Application application(host, options);
+    if (!startUp(options, application)) return 1;
     if (options.action == Options::Action::prompt && qvplatform::inputIsTerminal()) {
         application.enterStartupDirectory(false);
         application.runPrompt(host);
@@ -139,7 +147,7 @@ int main(int argc, char** argv) {
     } else if (options.action == Options::Action::version) {
         std::printf("qv %s, %s\n", QV_VERSION, qvAppBase::versionTag());
     } else if (options.action == Options::Action::eval) {
-        status = runEval(options.inputs);
+        status = runEvalCommand(options);
     } else if (options.action == Options::Action::material) {
         status = runMaterialCommand(options);
     } else if (options.action == Options::Action::serve) {

@@ -33,6 +33,12 @@ bool chooseSubcommand(Options& options, const std::vector<std::string>& argument
     return true;
 }
 
+bool takeText(const std::vector<std::string>& arguments, size_t& next, std::string& text) {
+    if (next == arguments.size() || arguments[next].empty()) return false;
+    text = arguments[next++];
+    return true;
+}
+
 const Word words[] = {
     {"run", " FILE...", "execute command files; \"-\" is standard input",
      [](Options& options, const std::vector<std::string>&, size_t&) {
@@ -62,9 +68,15 @@ const Word words[] = {
      }},
     {"--settings", " FILE", "keep the settings in FILE; \"none\" for no settings",
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
-         if (next == arguments.size() || arguments[next].empty()) return false;
-         options.settings = arguments[next++];
-         return true;
+         return takeText(arguments, next, options.settings);
+     }},
+    {"--plugins", " DIR", "load the plug-ins in DIR too; \"none\" for no plug-ins",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         return takeText(arguments, next, options.plugins);
+     }},
+    {"--licence", " FILE", "what the licence FILE allows; else qv.licence beside qv",
+     [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
+         return takeText(arguments, next, options.licence);
      }},
     {"--version", "", "print the version",
      [](Options& options, const std::vector<std::string>&, size_t&) {

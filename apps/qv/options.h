@@ -14,6 +14,10 @@ struct Options {
     bool echo = false;
     /// Where the settings are kept: "none", a file, or empty for what the environment says.
     std::string settings;
+    /// A further directory of plug-ins; "none" for no plug-ins, also not those beside the program.
+    std::string plugins;
+    /// The licence file; empty for what the environment says.
+    std::string licence;
 };
 
 /// Reads the arguments (the program's name left out). On wrong usage returns false and `error` says

@@ -6,6 +6,7 @@
 #include "apps/qv/host.h"
 #include "apps/qv/prompt.h"
 #include "apps/qv/serveoptions.h"
+#include "apps/qv/startup.h"
 #include "apps/qv/stopping.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/clock.h"
@@ -110,6 +111,7 @@ int runServe(const Options& options) {
     }
     Host host(options);
     qvApp application("qv", QV_VERSION, host, qvSettingsPlace::chosen(options.settings));
+    if (!startUp(options, application)) return 1;
     const bool well =
         openProjects(serveOptions.files) && serve(serveOptions, *application.scriptServer());
     listUnsaved();

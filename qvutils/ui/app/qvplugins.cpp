@@ -53,16 +53,8 @@ qvPlugins::~qvPlugins() {
     unload();
 }
 
-std::vector<std::string> qvPlugins::directories(const std::string& further) {
-    std::string chosen;
-    qvplatform::environmentVariable("QV_PLUGINS", chosen);
-    std::vector<std::string> all;
-    for (const std::string& directory :
-         {directoryOf(qvplatform::executablePath()), chosen, further}) {
-        const bool known = std::find(all.begin(), all.end(), directory) != all.end();
-        if (!directory.empty() && !known) all.push_back(directory);
-    }
-    return all;
+std::string qvPlugins::programDirectory() {
+    return directoryOf(qvplatform::executablePath());
 }
 
 void qvPlugins::load(const std::vector<std::string>& directories, const qvLicence& licence,
@@ -70,8 +62,9 @@ void qvPlugins::load(const std::vector<std::string>& directories, const qvLicenc
     const SetAside before;
     const qvPluginHost host{applicationName, application};
     bool allLoaded = true;
-    for (const std::string& directory : directories) {
-        if (!loadDirectory(directory, licence, host)) allLoaded = false;
+    for (auto it = directories.begin(); it != directories.end(); ++it) {
+        if (std::find(directories.begin(), it, *it) != it) continue;
+        if (!loadDirectory(*it, licence, host)) allLoaded = false;
     }
     if (!allLoaded) qverr().set(loadFailed, "a plugin failed to load - see Warnings");
 }

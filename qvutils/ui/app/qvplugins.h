@@ -25,11 +25,11 @@ public:
     qvPlugins(const qvPlugins&) = delete;
     qvPlugins& operator=(const qvPlugins&) = delete;
 
-    /// The directory of the program, that which the environment variable QV_PLUGINS names, and
-    /// `further`, as far as they are not empty.
-    static std::vector<std::string> directories(const std::string& further = "");
+    /// The directory in which the program lies; plug-ins lie beside it.
+    static std::string programDirectory();
 
-    /// Loads every file NAME.plugin in the directories that the licence allows. What cannot be
+    /// Loads every file NAME.plugin in the directories that the licence allows; a directory named
+    /// twice counts once. What cannot be
     /// loaded costs a warning; error 508 then tells that there was one. `application` is what
     /// plug-ins get to know as "app", and may be null.
     void load(const std::vector<std::string>& directories, const qvLicence& licence,
