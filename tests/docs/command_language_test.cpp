@@ -5,7 +5,7 @@
 #include <string>
 
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/ui/app/qvappBase.h"
+#include "qvutils/ui/app/qvapp.h"
 #include "qvutils/ui/app/qvcommandobject.h"
 #include "tests/support/captured_output.h"
 #include "tests/support/temp_directory.h"
@@ -16,7 +16,8 @@ namespace {
 class Transcript : public qvCommandObject {
 public:
     explicit Transcript(CapturedOutput& output) : output_(output) {}
-    bool OnParseCommand(const char*, const char* result, int flags) override {
+    bool OnParseCommand(const char* command, const char* result, int flags) override {
+        observe(command, flags);
         add("//~ ", output_.takeWarnings().c_str());
         if (flags == hasRun) add("//= ", result);
         return true;
@@ -41,7 +42,7 @@ bool isOutcome(const std::string& line) {
 TEST(CommandLanguageDocument, examples_print_what_they_say) {
     CapturedOutput output;
     Transcript commands(output);
-    qvAppBase app("documents", "1.0", commands);
+    qvApp app("documents", "1.0", commands, qvSettingsPlace::named("none"));
     std::istringstream document(contentOf(QV_DOCUMENT));
     std::string line, statement, expected;
     int examples = 0;

@@ -73,6 +73,16 @@ TEST(SettingsTable, a_number_is_taken_within_its_range_alone) {
     }
 }
 
+TEST(SettingsTable, is_the_one_in_the_document) {
+    const std::string document = contentOf(QV_SETTINGS_DOCUMENT);
+    std::string table;
+    for (const qvSettingRow& row : qvSettingRows()) {
+        const std::string key = (*row.group ? std::string(row.group) + "." : "") + row.key;
+        table += "| `" + key + "` | " + row.type() + " | " + row.atFirst + " | " + row.help + " |\n";
+    }
+    EXPECT_THAT(document, HasSubstr("|---|---|---|---|\n" + table + "\n"));
+}
+
 TEST_F(SettingsTest, all_come_back_as_they_were_written) {
     ASSERT_TRUE(execute("app.settings.mainX = -5; app.settings.SoundsEnabled = false\n"
                         "app.settings.startupDir = \" a=b # $HOME %PATH% [x] \\\\ \\\"q\\\" \\n\xC3\xA0 \"\n"
