@@ -52,7 +52,7 @@ app.addsubnode(\"projectTB\", \"P\"); Ref& p = app.subnodes[1]
 p.addsubnode(\"notesTB\", \"n\"); nonsense; p.findnode(\"n\").text = \"a;\\\"b\\\" // c\"
 app.saverecord(\"record.qv\"); p.savetofile(\"made.prj\")\n")
 expect(STATUS 1 OUT "made.prj saved\n" ERR ".*nonsense.*" ARGS --settings none run make.qv)
-foreach(file log.qv record.qv)
+foreach(file record.qv log.qv)
     file(RENAME ${WORK}/made.prj ${WORK}/first.prj)
     file(RENAME ${WORK}/${file} ${WORK}/of-${file})
     file(WRITE ${WORK}/replay.qv "app.runfile(\"of-${file}\")\napp.subnodes[1].savetofile(\"made.prj\")\n")
