@@ -9,6 +9,7 @@
 #include "qvutils/ui/nodes/qvnotesnode.h"
 #include "qvutils/ui/nodes/qvparametersnode.h"
 #include "qvutils/ui/nodes/qvscriptnode.h"
+#include "qvutils/ui/nodes/qvshapenode.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
 
@@ -21,6 +22,7 @@ qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& com
     registerVariablesNode();
     registerParametersNode();
     registerScriptNode();
+    registerShapeNode();
     SFHandler::InitialiseCacheDir(SFHandler::privateCacheDir().Chars());
     getProjectManager().setServices(this);
     commands_.setRoot(this);
