@@ -163,6 +163,12 @@ QVString quoted(const QVString& text) {
     return "\"" + text + "\"";
 }
 
+/// Without the imaginary part where there is no loss.
+QVString indexText(const qvParameter<slab::Complex>& index) {
+    const bool plain = index.IsValue() && !index.IsUndefined() && index.GetValue().imag() == 0;
+    return plain ? qvShortestText(index.GetValue().real()) : index.Write();
+}
+
 }  // namespace
 
 bool qvSlabNode::readSetting(const std::string& key, QVString& text, Kept& kept) {
@@ -256,7 +262,7 @@ bool qvSlabNode::WriteTB(TextBlock& block) const {
             text += quoted(layer->file) + " " + quoted(layer->material) + " " + layer->mx.Write() +
                     " " + layer->my.Write();
         } else {
-            text += layer->index.Write();
+            text += indexText(layer->index);
         }
         write(layer->lead, layer->hasMaterial() ? "materiallayer" : "layer", text, layer->comment);
     }
