@@ -23,8 +23,8 @@ std::vector<char> connections(ULONG family) {
     DWORD result = ERROR_INSUFFICIENT_BUFFER;
     // Connections come and go between two calls.
     for (int attempt = 0; attempt < 10; ++attempt) {
-        result = GetExtendedTcpTable(table.data(), &size, FALSE, family,
-                                     TCP_TABLE_OWNER_PID_CONNECTIONS, 0);
+        result =
+            GetExtendedTcpTable(table.data(), &size, FALSE, family, TCP_TABLE_OWNER_PID_ALL, 0);
         if (result != ERROR_INSUFFICIENT_BUFFER) break;
         size += size / 4;
         table.resize(size);

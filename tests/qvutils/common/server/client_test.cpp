@@ -18,9 +18,9 @@ TEST(TalkingClient, gets_a_reply_to_each_message) {
     EchoThread echo;
     Client client;
     ASSERT_TRUE(client.Connect(echo.port, "localhost")) << client.lastError();
-    EXPECT_EQ(text(client.sendMessage("app.name")), "RETVAL:app.name");
+    ASSERT_EQ(text(client.sendMessage("app.name")), "RETVAL:app.name") << echo.server.log;
     const std::string large(300'000, 'x');
-    EXPECT_EQ(text(client.sendMessage(large.c_str())), "RETVAL:" + large);
+    EXPECT_TRUE(text(client.sendMessage(large.c_str())) == "RETVAL:" + large);
     EXPECT_EQ(text(client.sendMessage("")), "RETVAL:");
 
     Client copy = client;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/threads.h"
 #include "tests/qvutils/common/server/talk.h"
 #include "tests/support/captured_output.h"
@@ -292,14 +293,15 @@ TEST_F(Serving, copies_share_the_sockets) {
 
 TEST_F(Serving, loses_no_descriptor_over_many_clients) {
     const std::filesystem::path descriptors = "/proc/self/fd";
-    const bool canCount = std::filesystem::exists(descriptors);
+    const bool canCount =
+        qvplatform::pathSeparator() == '/' && std::filesystem::exists(descriptors);
     const auto open = [&] {
         return canCount ? std::distance(std::filesystem::directory_iterator(descriptors), {}) : 0;
     };
     expectAlive();
     const auto before = open();
     // Where a connection takes milliseconds, fewer have to do.
-    const int times = canCount ? 10'000 : 500;
+    const int times = canCount ? 10'000 : 40;
     for (int i = 0; i < times; ++i) {
         Stranger client(server);
         ASSERT_TRUE(client.connected) << i;
