@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -37,6 +38,21 @@ bool takeText(const std::vector<std::string>& arguments, size_t& next, std::stri
     if (next == arguments.size() || arguments[next].empty()) return false;
     text = arguments[next++];
     return true;
+}
+
+// "help" alone, or before a subcommand that has a help of its own.
+bool chooseHelp(Options& options, const std::string& of, size_t& next) {
+    static const std::pair<const char*, Action> subcommands[] = {{"eval", Action::eval},
+                                                                 {"material", Action::material},
+                                                                 {"serve", Action::serve},
+                                                                 {"send", Action::send}};
+    for (const auto& [name, action] : subcommands) {
+        if (of != name) continue;
+        options.inputs.assign(1, "--help");
+        ++next;
+        return chooseAction(options, action);
+    }
+    return chooseAction(options, Action::help);
 }
 
 const Word words[] = {
@@ -82,13 +98,9 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::version);
      }},
-    {"help", " [eval|material]", "print this help, or that of eval or material",
+    {"help", " [SUBCOMMAND]", "print this help, or that of eval, material, serve or send",
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
-         const std::string of = next < arguments.size() ? arguments[next] : "";
-         if (of != "eval" && of != "material") return chooseAction(options, Action::help);
-         options.inputs.assign(1, "--help");
-         ++next;
-         return chooseAction(options, of == "eval" ? Action::eval : Action::material);
+         return chooseHelp(options, next < arguments.size() ? arguments[next] : "", next);
      }},
     {"--help", "", "print this help",
      [](Options& options, const std::vector<std::string>&, size_t&) {
