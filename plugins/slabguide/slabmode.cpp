@@ -222,11 +222,17 @@ Mode::Mode(const Stack& stack, const Complex& w, int rank)
     }
     shoot(media, w, rank);
     integrate(stack, media, w);
+    real_ = w.imag() == 0 && isLossless(media);
     constexpr double perCentimetre = 1e4;
     loss_ = 20 / std::numbers::ln10 * k0_ * perCentimetre * neff_.imag();
 }
 
 Complex Mode::field(double x) const {
+    const Complex value = complexField(x);
+    return real_ ? value.real() : value;
+}
+
+Complex Mode::complexField(double x) const {
     const Section& substrate = sections_.front();
     if (x < 0) return substrate.psi * std::exp(substrate.q * (k0_ * x));
     auto above = std::upper_bound(sections_.begin() + 1, sections_.end(), x,

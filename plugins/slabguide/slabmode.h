@@ -31,6 +31,8 @@ public:
     Complex field(double x) const;
 
 private:
+    Complex complexField(double x) const;
+
     /// A layer with the field in it, u counted from its lower edge in units of 1/k0.
     struct Section {
         Complex q, p, q2;
@@ -60,6 +62,7 @@ private:
     double k0_ = 0;
     double loss_ = 0;
     double groupIndex_ = 0;
+    bool real_ = false;  ///< the field is
     std::vector<Section> sections_;
 };
 

@@ -197,9 +197,9 @@ SlabScan SlabScan::over(const QVString& variable, double from, double to, int st
     SlabScan scan;
     scan.variable_ = variable;
     for (int i = 0; i < steps; ++i) {
-        // Both ends exactly, and the middle of a symmetric range.
-        const double part = steps > 1 ? static_cast<double>(i) / (steps - 1) : 0;
-        scan.values_.push_back(part == 1 ? to : from + part * (to - from));
+        // Both ends exactly, and round numbers in between where there are any.
+        const double last = std::max(steps - 1, 1);
+        scan.values_.push_back((from * (last - i) + to * i) / last);
     }
     return scan;
 }
