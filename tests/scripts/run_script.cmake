@@ -1,5 +1,8 @@
 cmake_minimum_required(VERSION 3.25)
 set(here ${CMAKE_CURRENT_LIST_DIR})
+if(NOT DEFINED FROM)
+    set(FROM ${here})
+endif()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 if(EXISTS ${here}/${NAME})
@@ -8,8 +11,8 @@ endif()
 
 set(output)
 foreach(script ${NAME}.qv ${NAME}.2.qv)
-    if(EXISTS ${here}/${script})
-        file(COPY ${here}/${script} DESTINATION ${WORK})
+    if(EXISTS ${FROM}/${script})
+        file(COPY ${FROM}/${script} DESTINATION ${WORK})
         # Through a shell, so that both streams are one and keep their order.
         execute_process(COMMAND sh -c "exec \"$@\" 2>&1" sh ${EMULATOR} ${QV} run --echo ${script}
                         WORKING_DIRECTORY ${WORK} INPUT_FILE /dev/null OUTPUT_VARIABLE text
