@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "qvutils/common/error/qverror.h"
@@ -75,7 +74,29 @@ private:
 
 const qvClassInfo qvSettings::cinfo_qvSettings("qvSettings", QVObject::getStaticClassInfo());
 
-qvSettings::qvSettings(qvSettingsListener* listener) : listener_(listener) {}
+/// The settings of a group inside that of the application.
+class qvSettings::Group : public QVObject {
+public:
+    Group(qvSettings& settings, const char* name) : settings_(settings), name_(name) {}
+    QVObject* Clone() const override { return nullptr; }
+    void OnPublish() override { settings_.publishRows(name_, *this); }
+    void SetParam(QVCommandElt& element, const char* value, const char* name) override {
+        settings_.SetParam(element, value, name);
+    }
+    template <class T>
+    void publish(const char* key, T& value, const char* help) {
+        PublishVar(key, value, help);
+    }
+
+private:
+    qvSettings& settings_;
+    const char* name_;
+};
+
+qvSettings::qvSettings(qvSettingsListener* listener)
+    : listener_(listener), commandline_(std::make_unique<Group>(*this, "commandline")) {}
+
+qvSettings::~qvSettings() = default;
 
 bool qvSettings::isChanged(const qvSettingRow& row) const {
     return row.write(values_) != row.write(stored_);
@@ -152,7 +173,7 @@ void qvSettings::publishRows(const char* name, Publisher& publisher) {
 
 void qvSettings::OnPublish() {
     publishRows("", *this);
-    PublishVar("commandline", commandline_, "how the command window looks");
+    PublishVar("commandline", *commandline_, "how the command window looks");
     PublishFn("reset", &qvSettings::reset, "( key ): give a setting the value that it had at first");
 }
 

@@ -1,5 +1,7 @@
 #pragma once
-#include "qvutils/common/containers/list.h"
+#include <memory>
+#include <string>
+
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/ui/app/qvsettingstable.h"
 
@@ -17,6 +19,7 @@ public:
 
     /// Without a store they are as they are at first. The listener, not owned, may be null.
     explicit qvSettings(qvSettingsListener* listener = nullptr);
+    ~qvSettings() override;
     qvSettings(const qvSettings&) = delete;
     qvSettings& operator=(const qvSettings&) = delete;
 
@@ -43,24 +46,7 @@ public:
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
 
 private:
-    /// The settings of a group inside that of the application.
-    class Group : public QVObject {
-    public:
-        Group(qvSettings& settings, const char* name) : settings_(settings), name_(name) {}
-        void OnPublish() override { settings_.publishRows(name_, *this); }
-        void SetParam(QVCommandElt& element, const char* value, const char* name) override {
-            settings_.SetParam(element, value, name);
-        }
-        template <class T>
-        void publish(const char* key, T& value, const char* help) {
-            PublishVar(key, value, help);
-        }
-
-    private:
-        qvSettings& settings_;
-        const char* name_;
-    };
-    friend class Group;
+    class Group;
 
     template <class Publisher>
     void publishRows(const char* name, Publisher& publisher);
@@ -75,5 +61,5 @@ private:
     qvSettingsListener* listener_;
     qvSettingValues values_;
     qvSettingValues stored_;  ///< as last read or written
-    Group commandline_{*this, "commandline"};
+    std::unique_ptr<Group> commandline_;
 };
