@@ -63,13 +63,16 @@ QVPoints withoutStraightVertices(const QVPoints& vertices) {
 }  // namespace
 
 bool qvIsSimplePolygon(const QVPoints& vertices) {
-    bg::validity_failure_type failure{};
-    if (bg::is_valid(toBoost(vertices), failure)) return true;
-    return failure == bg::failure_duplicate_points || failure == bg::failure_wrong_orientation;
+    Polygon polygon = toBoost(vertices);
+    if (qvSignedArea(vertices) < 0) std::reverse(polygon.outer().begin(), polygon.outer().end());
+    return bg::is_valid(polygon);
 }
 
 const char* qvOffsetInParts(QVPoints& vertices, double distance) {
     constexpr const char* unclear = "what it becomes cannot be made out";
+    // The steps are up to the square of the number of vertices.
+    constexpr std::size_t mostVertices = 3000;
+    if (vertices.size() > mostVertices) return "it would fall into parts or have a hole";
     Polygons parts;
     try {
         parts = buffered(vertices, distance);
