@@ -53,7 +53,7 @@ private:
     std::intptr_t process_ = 0;
     std::intptr_t output_ = -1;
     /// What holds the program and its descendants together, where that is a thing of its own.
-    std::intptr_t group_ = 0;
+    [[maybe_unused]] std::intptr_t group_ = 0;
     bool started_ = false;
     bool ended_ = false;
     int status_ = 0;
