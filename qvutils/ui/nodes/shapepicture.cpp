@@ -1,6 +1,8 @@
 #include "qvutils/ui/nodes/shapepicture.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "qvutils/ui/nodes/qvshapenode.h"
 
@@ -20,7 +22,10 @@ bool ShapePicture::add(const qvShapeNode& node) {
     const double size = std::max(box.right - box.left, box.top - box.bottom);
     qvSvgCurve& curve = chart_.addCurve(node.getName(), {}, {});
     curve.closed = true;
+    PointT<double> last{std::numeric_limits<double>::infinity(), 0};
     for (const PointT<double>& point : shape->getOutline(finest * size)) {
+        if (std::hypot(point.x - last.x, point.y - last.y) < finest * size) continue;
+        last = point;
         curve.x.push_back(point.x);
         curve.y.push_back(point.y);
     }
