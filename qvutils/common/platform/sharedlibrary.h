@@ -15,9 +15,9 @@ public:
 
     /// Loads a library with all that it needs; what is missing is told now, not at the first call.
     /// A relative path starts at the current directory; the library search path is not used. On
-    /// failure returns false and `error` is what the system says, one line of text. An exception
-    /// out of an initialiser of the library counts as a failure too; the library then stays in
-    /// memory.
+    /// failure returns false and `error` is what the system says. An initialiser of the library
+    /// that throws or crashes counts as a failure too; to survive that, some systems first load the
+    /// library in a process of its own.
     bool open(const std::string& path, std::string& error);
     bool isOpen() const { return handle_ != nullptr; }
     /// Gives the library back. The system keeps it in memory while somebody else uses it, and on

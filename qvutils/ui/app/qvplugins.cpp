@@ -112,6 +112,7 @@ bool qvPlugins::loadFile(const std::string& directory, const std::string& file,
             warn("\"" + file + "\" is not a plugin! Ignoring...\n");
             return true;
         case qvPlugin::Outcome::failed:
+            while (!reason.empty() && reason.back() == '\n') reason.pop_back();
             warn("plugin \"" + file + "\" load failed:\n  " + reason + "\n");
             return false;
         case qvPlugin::Outcome::loaded:
