@@ -33,8 +33,18 @@ class Place:
     def entry(self, *indices: int) -> Place:
         return self.then("".join(f"[{index:d}]" for index in indices))
 
+    def ask(self, rest: str = "", before: str = "") -> Optional[str]:
+        """Runs a command that consists of the path and what stands before and after it."""
+        try:
+            return self.session.ask(before + self.path + rest)
+        except QvError as error:
+            lost = self.held and error.message.startswith(f'could not find item "{self.held.name}')
+            if not lost:
+                raise
+            raise QvError(f"{self.shown} is gone", error.command) from None
+
     def help_text(self) -> str:
-        return self.session.command("help " + self.path)
+        return self.ask(before="help ") or ""
 
 
 class Proxy:
@@ -112,14 +122,14 @@ class QvObject(Proxy):
                 raise QvQuotingError(f"{place.shown} takes one value, not several")
             target.assign(value)
         else:
-            place.session.command(f"{place.path} = {quote_assigned(value)}")
+            place.ask(f" = {quote_assigned(value)}")
 
     def __dir__(self) -> list[str]:
         return sorted({*members(self._place), "help"})
 
     def __repr__(self) -> str:
         try:
-            type_name = self._place.session.command(self._place.path + ".objtype()")
+            type_name = self._place.ask(".objtype()") or ""
         except QvError as error:
             type_name = f"{error.message}:"
         return f"<{type_name} {self._place.shown}>"
@@ -135,7 +145,7 @@ class QvMethod(Proxy):
         session = self._place.session
         arguments = "(" + ", ".join(map(quote, args)) + ")"
         with session.lock:
-            shown = session.ask(self._place.path + arguments)
+            shown = self._place.ask(arguments)
             held = session.hold() if shown == NO_TEXT else None
         if held is not None:
             return QvObject(Place(session, held.name, held, self._place.shown + arguments))
@@ -197,7 +207,7 @@ class QvSequence(Proxy):
             return QvSequence(self._owner, self._name, self._type, indices)
         place = self._place.entry(*indices)
         try:
-            text = place.session.ask(place.path)
+            text = place.ask()
         except QvError as error:
             if error.message.endswith("out of bounds"):
                 raise QvIndexError(error.message, error.command) from None
@@ -213,7 +223,7 @@ class QvSequence(Proxy):
 
     def __setitem__(self, key: Any, value: Any) -> None:
         place = self._place.entry(*self._indices(key))
-        place.session.command(f"{place.path} = {quote_assigned(value)}")
+        place.ask(f" = {quote_assigned(value)}")
 
     def __len__(self) -> int:
         return len(self._ranges()[0])
@@ -229,7 +239,7 @@ class QvSequence(Proxy):
         if not is_value_type(self._entry_type):
             return [QvObject(self._place.entry(index)) for index in indices]
         if not self._row and len(indices) > 1:
-            text = self._place.session.command(self._place.path)
+            text = self._place.ask() or ""
             texts = split_entries(text, [(index,) for index in indices])
             if texts is not None:
                 return [parse_typed(self._entry_type, entry) for entry in texts]
@@ -241,7 +251,7 @@ class QvSequence(Proxy):
             return self._entries()
         rows, columns = self._ranges()
         if is_value_type(self._entry_type) and rows and columns:
-            text = self._place.session.command(self._place.path)
+            text = self._place.ask() or ""
             texts = split_entries(text, [(i, j) for i in rows for j in columns])
             if texts is not None:
                 values = [parse_typed(self._entry_type, entry) for entry in texts]
@@ -278,7 +288,7 @@ class QvSequence(Proxy):
 def describe(place: Place, name: str) -> str:
     """The type of a member, then its value or its ranges."""
     try:
-        return place.session.command(f"{place.path}.objmember({quote(name)})")
+        return place.ask(f".objmember({quote(name)})") or ""
     except QvError as error:
         if error.message.startswith(f'could not find item "{name}"'):
             raise QvNameError(f'{place.shown} has no "{name}"', error.command) from None
@@ -298,7 +308,7 @@ def get_member(place: Place, name: str) -> Any:
 
 def members(place: Place) -> dict[str, str]:
     """The names that an object publishes, with their types."""
-    lines = place.session.command(place.path + ".objmembers()").splitlines()
+    lines = (place.ask(".objmembers()") or "").split("\n")
     fields = (line.split("\t") for line in lines)
     return {field[0]: field[1] for field in fields if len(field) > 1}
 
@@ -308,7 +318,7 @@ def hold(thing: QvObject) -> QvObject:
     node is the first when it is used, `hold(app.subnodes[1])` stays with the one that is so now."""
     place = thing._place
     with place.session.lock:
-        place.session.command(place.path)
+        place.ask()
         held = place.session.hold()
     if held is None:
         raise QvError("this is not an object", place.path)

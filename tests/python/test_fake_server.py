@@ -198,7 +198,8 @@ class Answers(unittest.TestCase):
         app, server = self.client(lambda command: result("here"))
         app.close()
         with mock.patch.dict(os.environ, QV_SCRIPT_PORT=str(server.port)):
-            self.assertEqual(qvclient.connect().command("x"), "here")
+            with qvclient.connect() as app:
+                self.assertEqual(app.command("x"), "here")
         for wrong in ("0", "x", "65536", "-1"):
             with mock.patch.dict(os.environ, QV_SCRIPT_PORT=wrong):
                 self.assertRaises(qvclient.QvConnectionError, qvclient.connect)
