@@ -3,17 +3,17 @@
 // chosen for its licence and because it is there for every system that is built for.
 #include "qvutils/common/shapes/polygonparts.h"
 
+// The library's points are filled before they are read, in a way that the compiler cannot follow.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #include <algorithm>
 #include <boost/geometry.hpp>
 #include <boost/geometry/geometries/multi_polygon.hpp>
 #include <boost/geometry/geometries/point_xy.hpp>
 #include <boost/geometry/geometries/polygon.hpp>
 #include <exception>
-
-// The library's boxes are filled before they are read, in a way that the compiler cannot follow.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
 
 namespace {
 
