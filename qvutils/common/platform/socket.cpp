@@ -40,6 +40,8 @@ std::string SocketAddress::text() const {
 }
 
 bool toSystem(const std::string& host, int port, SystemAddress& address) {
+    constexpr int highestPort = 65535;
+    if (port < 0 || port > highestPort) return false;
     const auto found =
         lookUp(host.c_str(), std::to_string(port).c_str(), AI_NUMERICHOST | AI_NUMERICSERV);
     if (found) address = copyOf(*found);

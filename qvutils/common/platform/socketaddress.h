@@ -30,7 +30,7 @@ struct SystemAddress {
     int family() const { return storage.ss_family; }
 };
 
-/// False when `host` is no address in numbers.
+/// False when `host` is no address in numbers, or `port` is none.
 bool toSystem(const std::string& host, int port, SystemAddress& address);
 SocketAddress fromSystem(const SystemAddress& address);
 /// An IPv4 address in the form of an IPv6 one becomes plain IPv4.

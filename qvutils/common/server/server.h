@@ -65,7 +65,8 @@ public:
     bool sendData(const void* data, std::size_t size);
 
     /// `function(arg)` is called every `intervalMs` while the server waits. It may use interrupt(),
-    /// disconnect() and Close(), but neither receive nor destroy the server. Null takes it away.
+    /// disconnect() and Close(), but neither receive nor destroy or assign the server. Null takes
+    /// it away.
     void setWaitCallback(void (*function)(void*), int intervalMs, void* arg);
     /// `log(arg, line, isFailure)` takes all that the server has to report, a line without its
     /// end; null gives it to the diagnostic streams again.

@@ -1,6 +1,8 @@
-// Connections of other users, which only a test run by root can make.
+// Connections of other users, which only a test run by root can make, and other faults that need
+// the system's own calls.
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -82,6 +84,23 @@ TEST(OtherUsers, are_also_found_in_the_tables) {
         EXPECT_NE(qvplatform::ownerOfEnd(end, other), qvplatform::SocketOwner::thisUser);
         server.disconnect();
     }
+}
+
+TEST(FullProcess, takes_the_client_once_there_is_a_descriptor) {
+    LoggedServer server;
+    Stranger client(server);
+    client.say(frameOf("patient"));
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int next = dup(0);
+    ::close(next);
+    const rlimit none = {static_cast<rlim_t>(next), before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(server.getMessage(0, 150), nullptr);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(server.logged("socket error: accept: ")) << server.log;
+    EXPECT_LE(server.log.size(), 500u) << "it does not go on about it";
+    EXPECT_NE(server.getMessage(5), nullptr);
 }
 
 TEST(TalkingClient, gives_up_when_nobody_answers) {
