@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "qvutils/common/svg/svgchart.h"
 
@@ -65,6 +66,20 @@ Complex indexAt(const Stack& stack, double x) {
         top += stack.layers[i].thickness;
     }
     return std::sqrt(stack.layers[i].eps);
+}
+
+/// The index as a line with steps: x, and the index there.
+std::pair<std::vector<double>, std::vector<double>> indexProfile(const Stack& stack,
+                                                                 const Window& window) {
+    std::vector<double> x = {window.from}, n;
+    double top = 0;
+    for (std::size_t i = 0; i < stack.layers.size(); ++i) {
+        if (i > 0) top += i + 1 < stack.layers.size() ? stack.layers[i].thickness : 0;
+        const bool isLast = i + 1 == stack.layers.size();
+        n.insert(n.end(), 2, std::sqrt(stack.layers[i].eps).real());
+        x.insert(x.end(), isLast ? 1 : 2, isLast ? window.to : top);
+    }
+    return {x, n};
 }
 
 std::vector<double> places(const Window& window) {
@@ -186,7 +201,7 @@ std::string scanTable(const SlabScan& scan) {
 qvSvgDocument profilePicture(const Stack& stack, const Solution& solution) {
     const bool tm = isMagnetic(stack);
     const std::vector<double> x = places(windowOf(stack, solution));
-    qvSvgChart fields = chartOf("x", "um", tm ? "Re Hy" : "Re Ey", "um^-1/2");
+    qvSvgChart fields = chartOf("x", "µm", tm ? "Re Hy" : "Re Ey", "1/√µm");
     for (std::size_t i = 0; i < std::min(solution.modes.size(), mostCurves); ++i) {
         const Mode& mode = solution.modes[i];
         std::vector<double> y;
@@ -195,10 +210,9 @@ qvSvgDocument profilePicture(const Stack& stack, const Solution& solution) {
             modeName(tm, static_cast<int>(i)) + "  " + picturesNumber(mode.neff().real());
         fields.addCurve(name.c_str(), x, y);
     }
-    qvSvgChart index = chartOf("x", "um", "refractive index", "");
-    std::vector<double> n;
-    for (const double at : x) n.push_back(indexAt(stack, at).real());
-    index.addCurve("", x, n).colour = "#444444";
+    qvSvgChart index = chartOf("x", "µm", "refractive index", "");
+    const auto [edges, n] = indexProfile(stack, windowOf(stack, solution));
+    index.addCurve("", edges, n).colour = "#444444";
     // With nothing guided the index is all there is to see.
     std::vector<qvSvgDocument> charts;
     if (!solution.modes.empty()) charts.push_back(fields.draw());
