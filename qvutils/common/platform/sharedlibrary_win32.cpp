@@ -9,7 +9,11 @@ namespace qvplatform {
 
 namespace {
 
+/// The loader gives the code of an exception that an initialiser has thrown as the cause.
+constexpr DWORD thrownByCompiledCode = 0x20474343;
+
 std::string systemText(DWORD cause) {
+    if (cause == thrownByCompiledCode) return "an initialiser failed";
     wchar_t text[512];
     DWORD length = FormatMessageW(
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,

@@ -35,6 +35,10 @@ public:
     /// Clearing is for the project itself; a change of any node below sets it.
     void setDirty(bool dirty) { dirty_ = dirty; }
 
+    /// Name and version of the plug-in that nodes of a block type come from, as the project's file
+    /// has it; empty when it is not known.
+    std::string neededPlugin(std::string_view blockType) const { return needed_.find(blockType); }
+
     /// What the file about to be loaded holds, when it has been read already.
     void giveFile(qvProjectFile file) { file_ = std::move(file); }
 
@@ -44,7 +48,7 @@ private:
     enum class StateKind { none, empty, records };
 
     bool writeFiles(const std::string& path);
-    bool writeProject(qvplatform::SafeFile& file, const std::string& path) const;
+    bool writeProject(qvplatform::SafeFile& file, const std::string& path);
     bool writeState(qvplatform::SafeFile& file, const std::string& path, StateKind& kind);
     void loadState();
 
@@ -53,6 +57,7 @@ private:
     bool locked_ = false;
     /// What stands around the project's block in its file, and until it is loaded, the block.
     qvProjectFile file_;
+    qvNeededPlugins needed_;
     /// Records of the state file that belong to nodes of unknown types.
     StrayRecords strays_;
 };

@@ -61,7 +61,10 @@ bool qvProject::LoadFromFile(const char* filename) {
     const std::string name = fileNameOf(filename);
     setFilename(filename);
     qvResetSyntaxErrCount();
+    qvNeededPlugins needed = std::exchange(needed_, {});
+    needed_.read(file.header.view());
     if (!read || !replaceBody(file.block)) {
+        needed_ = std::move(needed);
         wlwrite((name + " failed to load\n").c_str());
         return false;
     }
@@ -127,9 +130,10 @@ bool qvProject::writeFiles(const std::string& path) {
     return true;
 }
 
-bool qvProject::writeProject(qvplatform::SafeFile& file, const std::string& path) const {
+bool qvProject::writeProject(qvplatform::SafeFile& file, const std::string& path) {
     TextBlock header;
-    if (!writeProjectFileHeader(header, file_.header) || !openForSaving(file, path)) return false;
+    needed_.collect(*this);
+    if (!writeProjectFileHeader(header, file_.header, needed_) || !openForSaving(file, path)) return false;
     write(file, file_.before_header.view());
     write(file, header.text());
     write(file, file_.before_project.view());

@@ -46,11 +46,13 @@ void writeSaveTime(TextBlock& block) {
 
 }  // namespace
 
-bool writeProjectFileHeader(TextBlock& block, const QVString& oldText) {
+bool writeProjectFileHeader(TextBlock& block, const QVString& oldText,
+                            const qvNeededPlugins& plugins) {
     block.StartWrite(headerSignature, "", oldText.Empty() ? nullptr : oldText.Chars());
     writeApplication(block);
     writeSystem(block);
     writeSaveTime(block);
+    plugins.write(block);
     block.EndWrite();
     return !qverr();
 }

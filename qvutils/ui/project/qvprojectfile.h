@@ -2,6 +2,7 @@
 #include "qvutils/common/blocks/textblock.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/common/text/qvstring.h"
+#include "qvutils/ui/project/neededplugins.h"
 
 /// A project file taken apart: the project's block, and what stands around it.
 ///     file = comments [ header block ] comments project block rest
@@ -17,6 +18,7 @@ struct QVCORE_API qvProjectFile {
     bool parse(FBuff& text);
 };
 
-/// Writes the header block: which application wrote the file, on what machine and when. Comments of
-/// the block `oldText` are kept.
-bool writeProjectFileHeader(TextBlock& block, const QVString& oldText);
+/// Writes the header block: which application wrote the file, on what machine and when, and the
+/// plug-ins that it needs. Comments of the block `oldText` are kept.
+bool writeProjectFileHeader(TextBlock& block, const QVString& oldText,
+                            const qvNeededPlugins& plugins);

@@ -6,6 +6,7 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/project/bodyreader.h"
 #include "qvutils/ui/project/loadresult.h"
+#include "qvutils/ui/project/qvproject.h"
 #include "qvutils/ui/project/qvprojman.h"
 #include "qvutils/ui/project/qvunknownnode.h"
 #include "qvutils/ui/project/spill.h"
@@ -203,8 +204,11 @@ bool qvProjectNode::readChild(const BodyReader& reader, TextBlock& block, QVStri
     std::unique_ptr<qvProjectNode> child(
         getProjectManager().CreateNodeForTextBlock(signatureOf(block)));
     if (!child) {
-        SyntaxErr("node type \"%s\" unknown, kept as it is: %s\n", block.getType(),
-                  headerOf(block).c_str());
+        const qvProject* project = getRootProject();
+        const std::string plugin = project ? project->neededPlugin(block.getType()) : "";
+        SyntaxErr("node type \"%s\" unknown%s%s%s, kept as it is: %s\n", block.getType(),
+                  plugin.empty() ? "" : " (needs the plug-in ", plugin.c_str(),
+                  plugin.empty() ? "" : ")", headerOf(block).c_str());
         if (!valid || taken) {
             lead += std::string_view(reader.indent());
             lead += block.text();

@@ -1,6 +1,7 @@
 #include "qvutils/ui/project/qvunknownnode.h"
 
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/ui/project/qvproject.h"
 
 const qvClassInfo qvUnknownNode::cinfo_qvUnknownNode("qvUnknownNode",
                                                      qvProjectNode::getStaticClassInfo());
@@ -47,5 +48,9 @@ void qvUnknownNode::setName(const QVString& name) {
 void qvUnknownNode::OnPublish() {
     PublishVar("blocktype", type_,
                "type of the block; this program cannot read it and keeps it as it is", true);
+    if (const qvProject* project = getRootProject()) {
+        plugin_ = project->neededPlugin(type_.view()).c_str();
+    }
+    PublishVar("plugin", plugin_, "plug-in that the block needs, where the file tells", true);
     qvProjectNode::OnPublish();
 }

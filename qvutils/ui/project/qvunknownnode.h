@@ -23,4 +23,5 @@ public:
 private:
     TextBlock block_;
     QVString type_;
+    QVString plugin_;
 };
