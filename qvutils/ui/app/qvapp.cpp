@@ -34,11 +34,15 @@ void qvSetMaterialDirectory(const std::string& directory) {
 
 qvApp::qvApp(const char* name, const char* version, qvCommandObject& commands,
              const qvSettingsPlace& place)
-    : qvAppBase(name, version, commands), commands_(commands), store_(name, place), settings_(this) {
+    : qvAppBase(name, version, commands),
+      commands_(commands),
+      store_(name, place),
+      settings_(this) {
     current = this;
     outputBefore = setOutputHook(passOutput);
     settings_.load(store_);
     recent_.load(store_);
+    scripts().useStore(&store_);
     commands_.setObserver(this);
     if (settings_.values().diagnosticlevel > 1)
         lwrite(("settings: " + store_.place() + "\n").c_str());
@@ -55,7 +59,8 @@ qvApp::~qvApp() {
 
 void qvApp::OnPublish() {
     PublishVar("settings", settings_, "the settings of the application; see help app.settings");
-    PublishList("recentfiles", recent_.all(), "the project files used last, the latest first", true);
+    PublishList("recentfiles", recent_.all(), "the project files used last, the latest first",
+                true);
     PublishFn("openrecent", &qvApp::openRecent, "( i ): open the i-th of the recent files");
     PublishFn("savesettings", &qvApp::save,
               "(): write the changed settings now; else it is done at the end");
@@ -155,7 +160,7 @@ void qvApp::saveRecord(const QVString& path) {
 void qvApp::statementBegins(const char* command, bool outermost) {
     if (!outermost) return;
     recording_ = settings_.values().enableRecord;
-    if (*command) commandLog_.add(command);
+    if (*command) commandLog_.addLine(command);
 }
 
 void qvApp::statementEnded(const char* command, bool outermost) {
@@ -166,7 +171,7 @@ void qvApp::statementEnded(const char* command, bool outermost) {
 }
 
 void qvApp::shown(const char* text) {
-    outputLog_.add(text);
+    outputLog_.addLine(text);
 }
 
 bool qvApp::wants(int kind) const {

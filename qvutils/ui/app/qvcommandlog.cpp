@@ -38,7 +38,7 @@ void qvLogFile::add(const std::string& text) {
     {
         const std::lock_guard guard(mutex_);
         if (!file_ || text.empty()) return;
-        if (put(text) && (text.back() == '\n' || put("\n"))) return;
+        if (put(text)) return;
         cause = qvplatform::errorText(errno);
         close();
     }

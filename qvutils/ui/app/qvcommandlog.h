@@ -19,8 +19,11 @@ public:
     /// the line that this run begins with.
     void open(const std::string& path, const std::string& heading);
     bool isOpen() const { return file_ != nullptr; }
-    /// Line ends are added where the text has none at its end.
     void add(const std::string& text);
+    /// Adds a line end where the text has none.
+    void addLine(const std::string& text) {
+        add(text.empty() || text.back() != '\n' ? text + "\n" : text);
+    }
 
 private:
     void close();

@@ -24,8 +24,7 @@ const char* helpOf(const qvSettingRow& row) {
 }
 
 const void* addressOf(const qvSettingRow& row, const qvSettingValues& values) {
-    return std::visit([&values](auto field) -> const void* { return &(values.*field); },
-                      row.field);
+    return std::visit([&values](auto field) -> const void* { return &(values.*field); }, row.field);
 }
 
 // The path of a row's entry inside the group of the settings.
@@ -127,8 +126,7 @@ bool qvSettings::read(wxConfigBase& config, const char* name) {
         const std::string before = row.write(values_);
         if (!row.read(values_, text)) continue;
         row.read(stored_, text);
-        if (row.changed && listener_ && row.write(values_) != before)
-            (listener_->*row.changed)();
+        if (row.changed && listener_ && row.write(values_) != before) (listener_->*row.changed)();
     }
     return true;
 }
@@ -174,7 +172,8 @@ void qvSettings::publishRows(const char* name, Publisher& publisher) {
 void qvSettings::OnPublish() {
     publishRows("", *this);
     PublishVar("commandline", *commandline_, "how the command window looks");
-    PublishFn("reset", &qvSettings::reset, "( key ): give a setting the value that it had at first");
+    PublishFn("reset", &qvSettings::reset,
+              "( key ): give a setting the value that it had at first");
 }
 
 void qvSettings::SetParam(QVCommandElt& element, const char* value, const char* name) {

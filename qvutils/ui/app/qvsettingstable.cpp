@@ -17,8 +17,8 @@ const qvSettingRow rows[] = {
     {"", "mainY", &Values::mainY, -100000, 1000000, "100", "main window: top edge", nullptr},
     {"", "mainWidth", &Values::mainWidth, 1, 10000, "1200", "main window: width", nullptr},
     {"", "mainHeight", &Values::mainHeight, 1, 10000, "800", "main window: height", nullptr},
-    {"", "projectWindowWidth", &Values::projectWindowWidth, 1, 10000, "300",
-     "project tree: width", nullptr},
+    {"", "projectWindowWidth", &Values::projectWindowWidth, 1, 10000, "300", "project tree: width",
+     nullptr},
     {"", "projectWindowHeight", &Values::projectWindowHeight, 1, 10000, "600",
      "project tree: height", nullptr},
     {"", "projectWindowAlign", &Values::projectWindowAlign, 1, 10000, "2",
@@ -101,7 +101,7 @@ bool qvSettingRow::read(qvSettingValues& values, const std::string& text) const 
     if (const auto* number = std::get_if<int qvSettingValues::*>(&field))
         return readInteger(text, low, high, values.**number);
     if (const auto* string = std::get_if<QVString qvSettingValues::*>(&field)) {
-        values.**string = text.c_str();
+        values.** string = text.c_str();
         return true;
     }
     int flag = text == "true";

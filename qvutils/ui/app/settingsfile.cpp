@@ -150,8 +150,7 @@ bool SettingsFile::commit(wxConfigBase& config) {
     qvplatform::SafeFile file;
     done = done && (!damaged_ || keepDamaged()) && file.open(path_) && file.write(text) &&
            file.commit();
-    if (!done)
-        wlwrite(("the settings could not be kept: " + file.error() + "\n").c_str());
+    if (!done) wlwrite(("the settings could not be kept: " + file.error() + "\n").c_str());
     return done;
 }
 

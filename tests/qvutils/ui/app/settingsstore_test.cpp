@@ -59,7 +59,8 @@ TEST_F(SettingsStoreTest, of_two_applications_each_keeps_what_it_changed) {
 }
 
 TEST_F(SettingsStoreTest, comments_and_strange_keys_stay) {
-    directory.write("optics.conf", "# mine\n[other]\nkey = value\n[options]\n; why\nmainX=1\nnew=2\n");
+    directory.write("optics.conf",
+                    "# mine\n[other]\nkey = value\n[options]\n; why\nmainX=1\nnew=2\n");
     run("app.settings.mainX = 7");
     const std::string text = contentOf(path);
     for (const char* kept : {"# mine", "key = value", "; why", "mainX=7", "new=2"})
@@ -67,9 +68,11 @@ TEST_F(SettingsStoreTest, comments_and_strange_keys_stay) {
 }
 
 TEST_F(SettingsStoreTest, recent_files_of_all_applications_come_together) {
-    const auto save = [this](const std::string& name) {
+    const std::string before = qvplatform::currentDirectory();
+    ASSERT_TRUE(qvplatform::setCurrentDirectory(directory.path()));
+    const auto save = [](const std::string& name) {
         return "app.addsubnode(\"projectTB\", \"" + name + "\"); app.findnode(\"" + name +
-               "\").savetofile(\"" + directory.file(name) + "\")\n";
+               "\").savetofile(\"" + name + "\")\n";
     };
     qvCommandObject commands;
     {
@@ -93,6 +96,7 @@ TEST_F(SettingsStoreTest, recent_files_of_all_applications_come_together) {
     EXPECT_TRUE(commands.Execute("app.openrecent(9); app.findnode(\"b\").numsubnodes()"));
     EXPECT_FALSE(commands.Execute("app.openrecent(10)"));
     EXPECT_STREQ(qverr().chars_and_reset(), "there is no recent file 10\n");
+    EXPECT_TRUE(qvplatform::setCurrentDirectory(before));
 }
 
 TEST_F(SettingsStoreTest, parts_of_the_application_have_groups_of_their_own) {
