@@ -173,7 +173,7 @@ void QVShape::refuse(const char* verb, const char* reason) const {
 }
 
 std::unique_ptr<QVShape> QVShape::ReadShape(qvNameSpace* space, const QVString& text) {
-    std::string_view form = QVSubString(text.Strip(QVString::both)).view();
+    std::string_view form = qvTrimmedShapeText(text.view());
     for (const QVShapeKind* kind : kinds) {
         const std::string_view keyword = kind->keyword;
         if (!form.starts_with(keyword)) continue;
@@ -214,9 +214,9 @@ bool QVShape::checkAngle(double angle) const {
 
 bool QVShape::checkExpanded(double distance, double w, double h) const {
     if (!std::isfinite(distance) || !std::isfinite(w) || !std::isfinite(h))
-        refuse("expand", "the distance is not a number that can be used");
+        refuse("expand", "the distance is not a finite number");
     else if (!(w > 0 && h > 0))
-        refuse("expand", ("nothing would be left by " + qvShortestText(distance)).Chars());
+        refuse("expand", "nothing would be left");
     else
         return true;
     return false;

@@ -150,7 +150,6 @@ public:
     void OnPublish() override;
     /// A number that Check would refuse is refused here, and the parameter keeps its value.
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
-    qvNameSpace* GetNameSpace() override { return QVObject::GetNameSpace(); }
 
     /// Called when a command has changed a dimension or the points. Copies begin without it.
     std::function<void()> onChange;

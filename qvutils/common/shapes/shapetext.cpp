@@ -7,12 +7,6 @@
 
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
-
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < ' ' && c != '\t';
 }
@@ -36,8 +30,14 @@ private:
 
 }  // namespace
 
+std::string_view qvTrimmedShapeText(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
 const char* qvFlawOfShapeParameter(std::string_view text) {
-    if (trimmed(text).empty()) return "is missing";
+    if (qvTrimmedShapeText(text).empty()) return "is missing";
     if (std::any_of(text.begin(), text.end(), isControl)) return "has a control character";
     if (text.find('"') != text.npos) return "has a double quote";
     if (text.find("//") != text.npos) return "has a comment";
@@ -56,10 +56,10 @@ std::vector<std::string_view> qvSplitShapeParameters(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         brackets.pass(text[i]);
         if (text[i] != ',' || !brackets.outside()) continue;
-        pieces.push_back(trimmed(text.substr(start, i - start)));
+        pieces.push_back(qvTrimmedShapeText(text.substr(start, i - start)));
         start = i + 1;
     }
-    pieces.push_back(trimmed(text.substr(start)));
+    pieces.push_back(qvTrimmedShapeText(text.substr(start)));
     return pieces;
 }
 

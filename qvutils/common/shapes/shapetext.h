@@ -5,6 +5,9 @@
 
 #include "qvutils/common/shapes/qvshape.h"
 
+/// The text without the blanks around it.
+std::string_view qvTrimmedShapeText(std::string_view text);
+
 /// What a parameter's text must not hold, for it would not be read back from the text form: nothing
 /// at all, a comma outside brackets, brackets that do not match, double quotes, comments, control
 /// characters. Null when it can be read back.

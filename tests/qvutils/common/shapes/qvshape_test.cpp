@@ -74,7 +74,7 @@ TEST_F(Shapes, a_text_that_is_no_shape_is_told_and_changes_nothing) {
         {"RECTANGLE(1, h)", "2, h)+(1", "height has brackets that do not match"},
         {"RECTANGLE(1, h)", "2, \"h\"", "height has a double quote"},
         {"RECTANGLE(1, h)", "2, h // high", "height has a comment"},
-        {"RECTANGLE(1, h)", "2,\nh", "height has a control character"},
+        {"RECTANGLE(1, h)", "2, h\n+1", "height has a control character"},
         {"ELLIPSE(1, h)", "", "Invalid ellipse parameters: \n   required format: width, height\n"},
         {"REGPOLY(3, 0, 1, 1)", "3, 0, 1",
          "Invalid regular polygon parameters: 3, 0, 1\n   required format: numvertices, angle, "
