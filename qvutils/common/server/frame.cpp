@@ -1,6 +1,7 @@
 #include "qvutils/common/server/frame.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -107,7 +108,7 @@ qvFrameResult FrameReader::readPayload(unsigned length, qvFrameBuffer& buffer) {
 
 void qvWriteFrameHeader(char (&header)[qvFrameHeaderSize], unsigned length) {
     std::memset(header, 0, sizeof header);
-    qvplatform::format(header, sizeof header, "%u", length);
+    std::to_chars(header, header + sizeof header, length);
 }
 
 bool qvReadFrameHeader(const char* header, unsigned& length) {

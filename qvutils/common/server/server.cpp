@@ -179,7 +179,7 @@ const char* Server::getData(unsigned& size, int seconds, int milliseconds) {
     size = 0;
     if (sockets_->receiving) return nullptr;
     const qvWait wait = waitOf(seconds, milliseconds);
-    if (sockets_->interrupted.exchange(false) || !FindorCreateSock(wait)) return nullptr;
+    if (takeInterrupt() || !FindorCreateSock(wait)) return nullptr;
     const qvFrameLimits limits = {settings_.largestMessage, settings_.stallTimeoutMs};
     std::string message;
     qvFrameResult result = qvFrameResult::none;
@@ -203,8 +203,7 @@ const char* Server::getMessage(int seconds, int milliseconds) {
 }
 
 bool Server::waitForClient(int seconds, int milliseconds) {
-    return !sockets_->interrupted.exchange(false) &&
-           FindorCreateSock(waitOf(seconds, milliseconds));
+    return !takeInterrupt() && FindorCreateSock(waitOf(seconds, milliseconds));
 }
 
 bool Server::sendMessage(const char* text) {
@@ -245,7 +244,11 @@ bool Server::checkClient() {
 /// False when the wait is to end now.
 bool Server::goOn() {
     callback_.call();
-    return !sockets_->interrupted.exchange(false);
+    return !takeInterrupt();
+}
+
+bool Server::takeInterrupt() {
+    return sockets_->interrupted && sockets_->interrupted.exchange(false);
 }
 
 bool Server::goOnWaiting(const qvWait& wait) {

@@ -95,6 +95,7 @@ private:
     bool accept(std::size_t listener);
     bool isWelcome(const qvplatform::TcpSocket& client, const std::string& host);
     bool goOn();
+    bool takeInterrupt();
     bool goOnWaiting(const qvWait& wait);
     void dropClient();
     void report(const std::string& line, bool isFailure);
