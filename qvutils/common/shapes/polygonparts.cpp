@@ -1,6 +1,7 @@
 // Boost.Geometry finds out what becomes of a polygon that falls apart. It does no more than that
 // here, for its result is less exact than moved edges are, and has vertices of its own. It was
-// chosen for its licence and because it is there for every system that is built for.
+// chosen because it works on doubles, where others round to a grid of integers, for its licence,
+// and because headers are all that a build for another system needs.
 #include "qvutils/common/shapes/polygonparts.h"
 
 // The library's points are filled before they are read, in a way that the compiler cannot follow.
@@ -65,7 +66,11 @@ QVPoints withoutStraightVertices(const QVPoints& vertices) {
 bool qvIsSimplePolygon(const QVPoints& vertices) {
     Polygon polygon = toBoost(vertices);
     if (qvSignedArea(vertices) < 0) std::reverse(polygon.outer().begin(), polygon.outer().end());
-    return bg::is_valid(polygon);
+    try {
+        return bg::is_valid(polygon);
+    } catch (const std::exception&) {  // where coordinates are so large that squares overflow
+        return false;
+    }
 }
 
 const char* qvOffsetInParts(QVPoints& vertices, double distance) {
