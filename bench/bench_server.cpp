@@ -1,11 +1,12 @@
 // Frames back and forth over loopback: the server and the client beside bare sockets that do the
-// same framing with as few system calls as it takes, into and out of aligned buffers.
+// same framing with as few system calls as it takes, into and out of aligned buffers, and beside
+// ZeroMQ.
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <zmq.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -158,6 +159,41 @@ void ours(benchmark::State& state) {
 }
 BENCHMARK(ours)->Arg(64)->Arg(largest)->UseRealTime();
 
+/// A request and its reply, each a message; the echo runs on a thread of its own.
+void zeroMq(benchmark::State& state) {
+    void* const context = zmq_ctx_new();
+    void* const server = zmq_socket(context, ZMQ_REP);
+    void* const client = zmq_socket(context, ZMQ_REQ);
+    char address[100];
+    std::size_t length = sizeof address;
+    if (zmq_bind(server, "tcp://127.0.0.1:*") != 0 ||
+        zmq_getsockopt(server, ZMQ_LAST_ENDPOINT, address, &length) != 0 ||
+        zmq_connect(client, address) != 0) {
+        giveUp("zmq");
+    }
+    const auto size = static_cast<std::size_t>(state.range(0));
+    const auto out = std::make_unique<Aligned>();
+    const auto in = std::make_unique<Aligned>();
+    std::thread thread([server] {
+        const auto buffer = std::make_unique<Aligned>();
+        while (const int count = zmq_recv(server, buffer->bytes, sizeof buffer->bytes, 0)) {
+            zmq_send(server, buffer->bytes, static_cast<std::size_t>(count), 0);
+        }
+    });
+    for (auto _ : state) {
+        zmq_send(client, out->bytes, size, 0);
+        if (zmq_recv(client, in->bytes, sizeof in->bytes, 0) != static_cast<int>(size)) {
+            giveUp("echo");
+        }
+    }
+    zmq_send(client, out->bytes, 0, 0);
+    thread.join();
+    zmq_close(client);
+    zmq_close(server);
+    zmq_ctx_term(context);
+}
+BENCHMARK(zeroMq)->Arg(64)->Arg(largest)->UseRealTime();
+
 /// Memory in use, in MB.
 double resident() {
     std::ifstream file("/proc/self/statm");
@@ -187,5 +223,7 @@ int main(int argc, char** argv) {
     return qvRunBenchmarks(
         argc, argv,
         {{"round trip of 64 bytes", "ours/64", "bare/64", "bare sockets", 1.11},
-         {"round trip of 1 MiB", "ours/1048576", "bare/1048576", "bare sockets", 1.25}});
+         {"round trip of 64 bytes", "ours/64", "zeroMq/64", "ZeroMQ, REQ and REP", 1.0},
+         {"round trip of 1 MiB", "ours/1048576", "bare/1048576", "bare sockets", 1.25},
+         {"round trip of 1 MiB", "ours/1048576", "zeroMq/1048576", "ZeroMQ, REQ and REP", 1.0}});
 }
