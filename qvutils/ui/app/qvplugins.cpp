@@ -133,7 +133,8 @@ QVString qvPlugins::listing() const {
     std::string text;
     for (const auto& plugin : plugins_) {
         const qvPluginDescription& own = plugin->description();
-        text += own.name + ' ' + own.version + ", " + own.author + ", " + plugin->path() + "\n";
+        if (!text.empty()) text += '\n';
+        text += own.name + ' ' + own.version + ", " + own.author + ", " + plugin->path();
     }
     return text.c_str();
 }
