@@ -44,6 +44,15 @@ public:
         return false;
     }
 
+    bool askText(const std::string& title, const std::string& question,
+                 std::string& answer) override {
+        if (!prompt_) return qvApp::askText(title, question, answer);
+        std::string typed;
+        if (!prompt_->ask(question + " [" + answer + "] ", typed)) return false;
+        if (!typed.empty()) answer = typed;
+        return true;
+    }
+
     void runPrompt(Host& host) {
         Prompt prompt(host);
         prompt_ = &prompt;

@@ -50,6 +50,7 @@ qvApp::qvApp(const char* name, const char* version, qvCommandObject& commands,
 
 qvApp::~qvApp() {
     commands_.setObserver(nullptr);
+    scripts().useStore(nullptr);
     settings_.save(store_);
     recent_.save(store_);
     if (!settings_.values().materialDir.Empty()) qvSetMaterialDirectory("");

@@ -16,7 +16,7 @@
 const qvClassInfo qvAppBase::cinfo_qvAppBase("qvAppBase", QVObject::getStaticClassInfo());
 
 qvAppBase::qvAppBase(const char* name, const char* version, qvCommandObject& commands)
-    : name_(name), version_(version), commands_(commands), serving_(commands) {
+    : name_(name), version_(version), commands_(commands), serving_(commands), scripts_(commands) {
     registerProjectNode();
     registerNotesNode();
     registerVariablesNode();
@@ -50,6 +50,7 @@ void qvAppBase::OnPublish() {
               "(): get working directory (stored in wdir)");
     PublishFn("material", &qvAppBase::material,
               "( filename, name ): a material of a material file, for its index and the like");
+    PublishVar("scripts", scripts_, "the installed scripts; see help app.scripts");
     for (QVObject* commands : plugins_.commands()) PublishAll(*commands);
 }
 

@@ -5,10 +5,11 @@
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/ui/app/qvcommandobject.h"
-#include "qvutils/ui/app/qvscriptserving.h"
 #include "qvutils/ui/app/qvlicence.h"
 #include "qvutils/ui/app/qvplugininfo.h"
 #include "qvutils/ui/app/qvplugins.h"
+#include "qvutils/ui/app/qvscriptman.h"
+#include "qvutils/ui/app/qvscriptserving.h"
 #include "qvutils/ui/project/qvappservices.h"
 
 /// The application object: the root of the command language, called "app". It publishes what the
@@ -37,6 +38,9 @@ public:
     QVCommandBase* commandObject() override { return &commands_; }
     qvScriptServing* scriptServer() override { return &serving_; }
 
+    /// The installed scripts; they last longer than the application once they have a store.
+    qvScriptManager& scripts() { return scripts_; }
+
     /// Posts "could not change to directory \"%s\"\n" and the reason.
     virtual void SetWorkingDirectory(const QVString& path);
     /// Installs a licence screen, not owned; null: the one that allows everything. Before
@@ -64,6 +68,7 @@ private:
     qvCommandObject& commands_;
     qvMaterialShelf materials_;
     qvScriptServing serving_;
+    qvScriptManager scripts_;
     const qvLicence no_licence_;
     const qvLicence* licence_ = &no_licence_;
     qvPlugins plugins_;

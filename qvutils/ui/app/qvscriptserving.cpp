@@ -27,14 +27,20 @@ bool qvScriptServing::isConnected() {
     return server_.isConnected() && server_.checkClient();
 }
 
+/// Says nothing: the caller does when no port will do.
+bool qvScriptServing::tryPort(int port) {
+    server_.setLog([](void*, const char*, bool) {}, nullptr);
+    const bool listens = server_.Init(port);
+    if (listens) port_ = server_.localport();
+    setLog(std::move(log_));
+    return listens;
+}
+
 bool qvScriptServing::listen(int port) {
-    if (qverr()) return false;
-    if (!server_.Init(port)) {
-        qverr().setf("could not listen on port %d: %s\n", port, server_.lastError().c_str());
-        return false;
-    }
-    port_ = server_.localport();
-    return true;
+    if (qverr() || refuseWhileExecuting()) return false;
+    if (tryPort(port)) return true;
+    qverr().setf("%s\n", server_.lastError().c_str());
+    return false;
 }
 
 bool qvScriptServing::refuseWhileExecuting() {
@@ -56,13 +62,10 @@ bool qvScriptServing::restart() {
 
 // Another run of the application may have the usual port.
 bool qvScriptServing::listenFrom(int port) {
-    server_.setLog([](void*, const char*, bool) {}, nullptr);
-    bool listens = false;
-    for (int i = 0; i < portsToTry && !listens; ++i) listens = server_.Init(port + i);
-    setLog(std::move(log_));
-    if (!listens) return listen(0);
-    port_ = server_.localport();
-    return true;
+    for (int i = 0; i < portsToTry; ++i) {
+        if (tryPort(port + i)) return true;
+    }
+    return listen(0);
 }
 
 void qvScriptServing::stop() {

@@ -28,14 +28,12 @@ public:
     bool isListening() const override { return server_.isInitialised(); }
     bool isConnected() override;
     int localport() const override { return port_; }
+    bool listen(int port) override;
     bool start(int argument) override;
     bool restart() override;
     void serve(const std::function<bool()>& goOn, int intervalMs) override;
     void stop() override;
 
-    /// Listens on this very port, or with 0 on a free one. Posts an error and returns false when it
-    /// is taken.
-    bool listen(int port);
     /// How to listen and whom to take; for the next start.
     ServerSettings& settings() { return server_.settings(); }
     /// Without a log, reports go to the diagnostic streams and texts are not put down.
@@ -47,6 +45,7 @@ public:
     std::string answerTo(const char* text, unsigned size);
 
 private:
+    bool tryPort(int port);
     bool listenFrom(int port);
     bool refuseWhileExecuting();
     void logText(const char* text, unsigned size, const std::string& answer);

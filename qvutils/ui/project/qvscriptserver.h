@@ -25,6 +25,8 @@ public:
     /// The port, 0 before the first start.
     virtual int localport() const = 0;
 
+    /// Listens on this very port, or with 0 on a free one; false when it is taken.
+    virtual bool listen(int port) = 0;
     /// Listens on the port `portBase + argument` or, when that is taken, on the next free one.
     virtual bool start(int argument) = 0;
     /// Drops who is connected and listens on the same port again, or on the next free one.

@@ -36,7 +36,7 @@ TEST_F(AppTest, publishes_everything_of_the_project_manager_and_its_own) {
     application.getChildList(own);
     List<QVCommandElt> managers;
     getProjectManager().getChildList(managers);
-    EXPECT_EQ(own.size(), managers.size() + 3);
+    EXPECT_EQ(own.size(), managers.size() + 5);
     for (int i = 1; i <= managers.size(); ++i) {
         EXPECT_FALSE(application.getPublishedElt(managers[i].getName()).IsNull());
     }
