@@ -50,6 +50,7 @@ def method(app):
 
 
 def value(app):
+    app.command("app.closeall()")
     app.command('app.addsubnode("projectTB", "P"); app.subnodes[1].addsubnode("notesTB", "n")')
     note = app.subnodes[1].subnodes[1]
     return lambda: note.text
@@ -61,15 +62,18 @@ def microseconds(times):
 
 def main():
     arguments = [sys.argv[1], "serve", "--port", "0"]
-    with subprocess.Popen(arguments, stdout=subprocess.PIPE) as server:
+    rows = {"command as text": text, "method call": method, "value read": value}
+    times = {name: [] for name in ["bare", *rows]}
+    server = subprocess.Popen(arguments, stdout=subprocess.PIPE)
+    try:
         port = int(server.stdout.readline().split()[1])
-        rows = {"command as text": text, "method call": method, "value read": value}
-        times = {name: [] for name in ["bare", *rows]}
         for _ in range(ROUNDS):  # in turn, so that all meet the same disturbances
             times["bare"].append(bare(port))
             for name, prepare in rows.items():
                 times[name].append(client(port, prepare))
-        server.terminate()
+    finally:
+        server.kill()
+        server.wait()
     rival = microseconds(times["bare"])
     for name in rows:
         ours = microseconds(times[name])

@@ -35,19 +35,19 @@ def check_name(name: str) -> str:
 
 
 def check_text(text: str) -> str:
-    """Everything but a NUL and half of a surrogate pair can be sent."""
-    if "\0" in text:
-        raise QvQuotingError("a text with a NUL character cannot be sent")
-    try:
-        encode(text)
-    except UnicodeEncodeError as error:
-        raise QvQuotingError(f"this text is no Unicode: {error}") from None
+    encode(text)
     return text
 
 
 def encode(text: str) -> bytes:
-    # Bytes of a shown text that are no UTF-8 come back as they were.
-    return text.encode("utf-8", "surrogateescape")
+    """The bytes that are sent. Those of a shown text that are no UTF-8 go back as they were; a NUL
+    and half of a surrogate pair cannot be sent."""
+    if "\0" in text:
+        raise QvQuotingError("a text with a NUL character cannot be sent")
+    try:
+        return text.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError as error:
+        raise QvQuotingError(f"this text is no Unicode: {error}") from None
 
 
 def is_array(value: Any) -> bool:

@@ -9,7 +9,7 @@ import threading
 from typing import Optional
 
 from .errors import QvConnectionError, QvError, QvTimeout
-from .quoting import check_text, encode
+from .quoting import encode
 from .wire import FrameError, Wire
 
 _RESULT = b"RETVAL:"
@@ -81,7 +81,7 @@ class Session:
         """Runs command text and returns what it shows, None when that is nothing; QvError when a
         statement fails. A broken connection is made anew by the next command, never by repeating
         one that may have run."""
-        payload = encode(check_text(text)) + b"\0"
+        payload = encode(text) + b"\0"
         with self.lock:
             if self._closed:
                 raise QvConnectionError("the connection is closed", text)

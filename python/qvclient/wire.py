@@ -51,7 +51,8 @@ class Wire:
         """Sends a frame and waits for the payload of the answer; TimeoutError when sending or the
         answer takes longer than `timeout` seconds."""
         self._deadline = None if timeout is None else time.monotonic() + timeout
-        self._socket.settimeout(timeout)
+        if self._socket.gettimeout() != timeout:
+            self._socket.settimeout(timeout)
         self._socket.sendall(frame(payload))
         received = 0
         while received < HEADER_SIZE:

@@ -17,20 +17,22 @@ class QvServe:
     def __init__(self, *arguments, port=0):
         self.folder = tempfile.TemporaryDirectory()
         self.errors = open(os.path.join(self.folder.name, "errors"), "w+b")
-        places = {name: self.folder.name for name in ("XDG_CONFIG_HOME", "XDG_STATE_HOME")}
         self.process = subprocess.Popen(
             [QV, "serve", "--port", str(port), *arguments],
             cwd=self.folder.name,
-            env={**os.environ, **places},
+            env={**os.environ, "QV_SETTINGS": "none"},
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=self.errors,
         )
-        line = self.process.stdout.readline()
-        if not line.startswith(b"port "):
-            self.__exit__()
-            raise AssertionError(f"qv serve said {line!r}")
-        self.port = int(line.split()[1])
+        for line in self.process.stdout:
+            if line.startswith(b"port "):
+                self.port = int(line.split()[1])
+                return
+        self.process.wait()
+        message = self.error_text()
+        self.__exit__()
+        raise ChildProcessError(message)
 
     def stop(self):
         """Ends it as Ctrl-C does; its exit status."""

@@ -6,10 +6,11 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 import unittest
 from unittest import mock
 
-from support import QvServe
+from support import QV, QvServe
 
 try:
     import numpy
@@ -20,18 +21,16 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class Documents(unittest.TestCase):
-    def setUp(self):
-        server = QvServe()
+    def serve(self, *arguments, **options):
+        server = QvServe(*arguments, **options)
         self.addCleanup(server.__exit__)
         patch = mock.patch.dict(os.environ, QV_SCRIPT_PORT=str(server.port))
         patch.start()
         self.addCleanup(patch.stop)
 
-    def example(self, *command, **options):
-        return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout
-
     @unittest.skipIf(numpy is None, "NumPy is not installed")
     def test_the_page_about_python_says_what_happens(self):
+        self.serve()
         # To doctest a fence would be a part of what is printed.
         text = re.sub(r"^```.*$", "", (ROOT / "docs/python.md").read_text("utf-8"), flags=re.MULTILINE)
         test = doctest.DocTestParser().get_doctest(text, {}, "python.md", "python.md", 0)
@@ -41,10 +40,19 @@ class Documents(unittest.TestCase):
         self.assertEqual(results.failed, 0)
         self.assertGreater(results.attempted, 30)
 
-    def test_the_sweep_hangs_on_its_variable(self):
-        lines = self.example(sys.executable, ROOT / "examples/sweep.py").splitlines()
-        self.assertEqual(lines[0], "radius,length,fsr")
-        self.assertEqual(lines[2], "10,62.832,9.104")
+    def test_the_sweep_of_the_readme_hangs_on_its_variable(self):
+        example = ROOT / "examples/sweep.py"
+        code = example.read_text("utf-8").partition("import qvclient")[2]
+        self.assertIn(code, (ROOT / "README.md").read_text("utf-8"))
+        with tempfile.TemporaryDirectory() as folder:
+            # Some of its commands fail on purpose.
+            making = [QV, "run", ROOT / "examples/waveguide.qv"]
+            subprocess.run(making, cwd=folder, capture_output=True, check=False)
+            self.serve(os.path.join(folder, "ring.prj"))
+            command = [sys.executable, example]
+            table = subprocess.run(command, check=True, capture_output=True, text=True).stdout
+        lines = table.splitlines()
+        self.assertEqual(lines[:3], ["R,length,order", "5,31.41592653589793,48", "10,62.83185307179586,95"])
         self.assertEqual(len(lines), 6)
 
 

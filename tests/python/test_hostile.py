@@ -131,7 +131,7 @@ class Hostile(unittest.TestCase):
 class Once(unittest.TestCase):
     def test_a_taken_port_is_an_error(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
-            with self.assertRaises(AssertionError):
+            with self.assertRaisesRegex(ChildProcessError, "port"):
                 QvServe(port=taken.getsockname()[1])
 
     def test_once_ends_with_the_first_client(self):
