@@ -69,21 +69,26 @@ private:
 
     // About the commands of a file, which may run without a prompt.
     Host::Answer askToGoOn(const std::string& question, bool offerAll) {
-        const std::string text = question + (offerAll ? " [Y/n/all] " : " [Y/n] ");
         std::string answer;
-        if (prompt_) {
-            if (!prompt_->ask(text, answer)) return Host::Answer::no;
-        } else if (qvplatform::inputIsTerminal()) {
-            if (!LineEditor([](const std::string&) { return std::vector<std::string>(); }, {})
-                     .read(text, answer))
-                return Host::Answer::no;
-        } else {
+        if (!prompt_ && !qvplatform::inputIsTerminal()) {
             tellNobodyIsThere(question);
             return Host::Answer::no;
         }
+        // A line editor asks in one line.
+        const size_t last = question.rfind('\n') + 1;
+        std::fputs(question.substr(0, last).c_str(), stdout);
+        std::fflush(stdout);
+        if (!readAnswer(question.substr(last) + (offerAll ? " [Y/n/all] " : " [Y/n] "), answer))
+            return Host::Answer::no;
         if (offerAll && answer == "all") return Host::Answer::all;
         return answer.empty() || answer[0] == 'y' || answer[0] == 'Y' ? Host::Answer::yes
                                                                       : Host::Answer::no;
+    }
+
+    bool readAnswer(const std::string& question, std::string& answer) {
+        if (prompt_) return prompt_->ask(question, answer);
+        const auto noCompletion = [](const std::string&) { return std::vector<std::string>(); };
+        return LineEditor(noCompletion, {}).read(question, answer);
     }
 
     Prompt* prompt_ = nullptr;
@@ -108,7 +113,7 @@ void runWithoutPrompt(const Options& options, Host& host) {
     listUnsaved();
 }
 
-// Materials are asked without an application around them.
+// Formulas and materials are asked about without an application around them.
 int runEvalCommand(const Options& options) {
     qvPlugins plugins;
     return startUp(options, plugins) ? runEval(options.inputs) : 1;

@@ -49,3 +49,13 @@ write one of:\n  app.findnode.\"P/v\".\\.why.width.\n  app.findnode.\"P/r\".\\.w
 # The calculator at a terminal.
 session_of("${QV} eval --set a=3" "b = 2*a\na+${tab}b\nsq${tab}b+3)\n1+\nquit\n"
            "a\\+b\n9\n.*sqrt\\(b\\+3\\)\n3\n.*parse error\n1\\+\n \\^\n")
+
+# Command files at a terminal: a question before each command and after each error.
+file(WRITE ${WORK}/three.qv "app.numsubnodes()\nx.y()\napp.getwdir()\n")
+file(WRITE ${WORK}/step.conf
+     "[options]\nstepByStep=1\npauseOnError=1\nstartupDir=${WORK}/state\ncurrentDir=/\n")
+session_of("${QV} --settings step.conf run three.qv" "\nall\ny\n"
+           "> app.numsubnodes\\(\\)\nrun it\\? \\[Y/n/all\\] *\n0\n> x.y\\(\\)\nrun it.*all\n.*could not find.*\
+go on after this error\\? \\[Y/n\\] y\n${WORK}\n")
+session_of("${QV} --settings step.conf" "app.getwdir()\napp.runfile(\"../three.qv\")\nn\nquit\n"
+           "${WORK}/state\n.*run it\\? \\[Y/n/all\\] n\n\"../three.qv\" failed or was stopped\n")
