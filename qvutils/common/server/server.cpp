@@ -153,7 +153,7 @@ bool Server::accept(std::size_t listener) {
             failWithCause("socket error: accept");
             // Most likely too many files are open: the client goes on knocking until some are
             // closed.
-            qvplatform::sleepMicroseconds(10'000);
+            qvplatform::sleepMicroseconds(100'000);
             return false;
     }
     SocketAddress peer;
