@@ -73,7 +73,8 @@ public:
     void setLog(void (*log)(void*, const char*, bool), void* arg);
 
     /// Ends the wait that goes on, or else the next one, within a tenth of a second or the interval
-    /// of the callback. May be called by any thread and in a signal handler.
+    /// of the callback; a client in the middle of a frame is dropped. May be called by any thread
+    /// and in a signal handler.
     void interrupt();
     /// Looks, without waiting, whether the client has closed its end. isConnected() may be true
     /// until then.
