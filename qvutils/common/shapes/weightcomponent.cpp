@@ -46,10 +46,12 @@ void prepareFormula(WeightComponent& component, const std::vector<WeightParam>& 
 /// Reads the file when it has changed since it was read.
 void prepareTable(WeightComponent& component, const std::vector<WeightParam>&) {
     const std::string path(component.text.view());
-    const std::int64_t time = qvplatform::fileSystem().status(path).modified;
-    if (component.table && component.tableTime == time) return;
+    const qvplatform::FileStatus status = qvplatform::fileSystem().status(path);
+    const bool same = component.tableTime == status.modified && component.tableSize == status.size;
+    if (component.table && same) return;
     component.table = WeightTable::read(path, component.flaw);
-    component.tableTime = time;
+    component.tableTime = status.modified;
+    component.tableSize = status.size;
 }
 
 double constant(const WeightComponent& component, double, const WeightRange&) {

@@ -74,8 +74,9 @@ struct WeightComponent {
     QVExpressionR formula;
     WeightArguments arguments;  ///< of the formula
     std::shared_ptr<const WeightTable> table;
-    std::int64_t tableTime = 0;  ///< when the file of the table was written
-    std::string flaw;            ///< why there is no value anywhere; empty when there may be
+    std::int64_t tableTime = 0;  ///< when the file of the table was written, and its length
+    std::int64_t tableSize = 0;
+    std::string flaw;  ///< why there is no value anywhere; empty when there may be
 };
 
 /// A kind of function: a row of the table, and all that is known of it.
