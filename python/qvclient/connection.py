@@ -8,7 +8,7 @@ from typing import Optional, Type
 
 from .errors import QvConnectionError
 from .proxy import Place, QvObject
-from .session import Session
+from .session import Session, check_timeout
 
 DEFAULT_PORT = 5101
 PORT_VARIABLE = "QV_SCRIPT_PORT"
@@ -32,7 +32,7 @@ class App(QvObject):
 
     @timeout.setter
     def timeout(self, seconds: Optional[float]) -> None:
-        self._place.session.timeout = seconds
+        self._place.session.timeout = check_timeout(seconds)
 
     def close(self) -> None:
         """Disconnects; the application goes on."""

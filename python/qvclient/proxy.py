@@ -1,5 +1,5 @@
-"""What the application publishes, as Python objects. Each stands for a path of the command language;
-the application is asked anew whenever one is used."""
+"""What the application publishes, as Python objects. Each stands for a path of the command
+language; the application is asked anew whenever one is used."""
 
 from __future__ import annotations
 
@@ -100,6 +100,8 @@ class QvObject(Proxy):
         return self[name]
 
     def __getitem__(self, name: str) -> Any:
+        if not isinstance(name, str):
+            raise TypeError(f"{self._place.shown} is not a list")
         kept = self._kept.get(name)
         if kept is None:
             kept = get_member(self._place, name)
@@ -157,7 +159,7 @@ class QvMethod(Proxy):
 
         points = numpy.broadcast(*args)
         results = [self(*point) for point in points]
-        if all(result is None for result in results):
+        if results and all(result is None for result in results):
             return None
         return numpy.array(results).reshape(points.shape)
 
@@ -262,10 +264,13 @@ class QvSequence(Proxy):
     def assign(self, values: Any) -> None:
         """Sets all entries, from a list or an array of the same shape. The entries before one that
         is refused have then been set."""
-        rows = [list(row) for row in values] if self._is_matrix else [list(values)]
         ranges = self._ranges()
-        fits = all(len(row) == len(ranges[-1]) for row in rows)
-        if not fits or (self._is_matrix and len(rows) != len(ranges[0])):
+        try:
+            rows = [list(row) for row in (values if self._is_matrix else [values])]
+        except TypeError:  # numbers where rows should be
+            rows = []
+        fits = len(rows) == (len(ranges[0]) if self._is_matrix else 1)
+        if not fits or any(len(row) != len(ranges[-1]) for row in rows):
             shape = " x ".join(str(len(indices)) for indices in ranges)
             raise QvQuotingError(f"{self._place.shown} takes {shape} values")
         statements = []

@@ -18,6 +18,12 @@ _ERROR = b"ERROR:"
 _numbers = itertools.count(1)
 
 
+def check_timeout(seconds: Optional[float]) -> Optional[float]:
+    if seconds is not None and not seconds > 0:
+        raise ValueError(f"a timeout is more than 0 s, not {seconds!r}")
+    return seconds
+
+
 class Held:
     """A global variable of the application that refers to an object for as long as this lives."""
 
@@ -38,7 +44,7 @@ class Session:
     def __init__(self, host: str, port: int, timeout: Optional[float]) -> None:
         self.host = host
         self.port = port
-        self.timeout = timeout
+        self.timeout = check_timeout(timeout)
         self.lock = threading.RLock()
         self.free_names: list[str] = []
         self._wire: Optional[Wire] = None
@@ -124,7 +130,7 @@ class Session:
         except (OSError, FrameError) as error:
             self._drop()
             raise QvConnectionError(str(error), text) from error
-        except BaseException:  # an interrupt: the answer would be taken for that to the next command
+        except BaseException:  # an interrupt: the next command would get the answer to this one
             self._drop()
             raise
 

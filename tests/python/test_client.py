@@ -4,13 +4,16 @@ import contextlib
 import copy
 import gc
 import io
+import os
 import pydoc
+import subprocess
 import sys
 import threading
 import unittest
 
 import qvclient
-from support import QvServe
+from qvclient.quoting import quote
+from support import QV, QvServe
 
 try:
     import numpy
@@ -49,14 +52,9 @@ class Client(unittest.TestCase):
     def test_every_text_comes_back_as_it_went(self):
         note = self.node("notesTB", "note")
         ascii_text = "".join(map(chr, range(1, 128)))
-        for text in [ascii_text, "", '"', '"" \\', "\\n", " blanks ", "a//b;c", "(1,2)", "007", "42"] + [
-            "\u00b5m \U0001f600",
-            "caf\udce9",
-            "\n",
-            "????",
-            "x = y",
-            "x" * 100_000,
-        ]:
+        texts = [ascii_text, "", '"', '"" \\', "\\n", " blanks ", "a//b;c", "(1,2)", "007", "42"]
+        texts += ["\u00b5m \U0001f600", "caf\udce9", "\n", "????", "x = y", "x" * 100_000]
+        for text in texts:
             with self.subTest(text[:20]):
                 note.text = text
                 self.assertEqual(note.text, text)
@@ -133,10 +131,11 @@ class Client(unittest.TestCase):
     def test_threads_share_a_client(self):
         note = self.node("notesTB", "note")
         found = []
-        threads = [
-            threading.Thread(target=lambda: found.extend(self.chip.findnode("note") for _ in range(20)))
-            for _ in range(4)
-        ]
+
+        def find():
+            found.extend(self.chip.findnode("note") for _ in range(20))
+
+        threads = [threading.Thread(target=find) for _ in range(4)]
         for thread in threads:
             thread.start()
         for thread in threads:
@@ -168,6 +167,16 @@ class Client(unittest.TestCase):
     def test_a_project_may_close_itself(self):
         self.chip.close()
         self.assertEqual(self.app.numsubnodes(), 0)
+
+    def test_a_script_in_a_project_finds_the_client(self):
+        code = "import qvclient; print(qvclient.connect().subnodes[1].nodename() * 2)"
+        commands = f"""app.addsubnode("projectTB", "chip")
+            app.subnodes[1].addsubnode("scriptTB", "sweep"); Ref& sweep = app.findnode("chip/sweep")
+            sweep.language = 1; sweep.text = {quote(code)}; sweep.runscript()"""
+        environment = {**os.environ, "QV_SETTINGS": "none"}
+        del environment["PYTHONPATH"]
+        run = subprocess.run([QV, "-c", commands], env=environment, capture_output=True, text=True)
+        self.assertIn("chipchip\n", run.stdout)
 
     @unittest.skipIf(numpy is None, "NumPy is not installed")
     def test_a_call_is_swept_over_arrays(self):

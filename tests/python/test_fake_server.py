@@ -107,8 +107,10 @@ class Tree(unittest.TestCase):
         for wrong in ([1, 2], [[1, 2, 3]], [1, 2, None]):
             with self.assertRaises(qvclient.QvQuotingError):
                 app.gaps = wrong
-        with self.assertRaises(qvclient.QvQuotingError):
-            app.width = [1, 2]
+        for wrong in ("app.width = [1, 2]", "app.modes = [1, 2]", "app.modes = [[1, 2]]"):
+            with self.assertRaises(qvclient.QvQuotingError):
+                exec(wrong)
+        self.assertRaises(TypeError, lambda: app[1])
 
     def test_an_object_that_a_call_returns_is_held_and_its_name_used_again(self):
         names = set()
