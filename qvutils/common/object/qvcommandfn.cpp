@@ -51,12 +51,6 @@ QVString qvUnquote(std::string_view text) {
     return plain;
 }
 
-QVCommandArg::operator bool() const {
-    if (text_ == "true") return true;
-    if (text_ == "false") return false;
-    return number<double>() != 0;
-}
-
 template <class T>
 T QVCommandArg::number() const {
     T value = 0;
@@ -66,9 +60,24 @@ T QVCommandArg::number() const {
     }
     return value;
 }
-template int QVCommandArg::number() const;
-template float QVCommandArg::number() const;
-template double QVCommandArg::number() const;
+
+QVCommandArg::operator int() const {
+    return number<int>();
+}
+
+QVCommandArg::operator float() const {
+    return number<float>();
+}
+
+QVCommandArg::operator double() const {
+    return number<double>();
+}
+
+QVCommandArg::operator bool() const {
+    if (text_ == "true") return true;
+    if (text_ == "false") return false;
+    return number<double>() != 0;
+}
 
 QVCommandArgList::QVCommandArgList(const char* args) {
     const std::string_view text = trimmed(args);

@@ -25,9 +25,9 @@ public:
         position_ = position;
     }
 
-    operator int() const { return number<int>(); }
-    operator float() const { return number<float>(); }
-    operator double() const { return number<double>(); }
+    operator int() const;
+    operator float() const;
+    operator double() const;
     operator bool() const;  ///< a number, or true or false
     operator const char*() const { return text_.Chars(); }
     operator const QVString&() const { return text_; }
