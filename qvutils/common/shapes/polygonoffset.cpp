@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qvutils/common/shapes/polygonparts.h"
+#include "qvutils/common/shapes/simplepolygon.h"
 
 namespace {
 

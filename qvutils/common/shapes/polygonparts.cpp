@@ -16,6 +16,8 @@
 #include <boost/geometry/geometries/polygon.hpp>
 #include <exception>
 
+#include "qvutils/common/shapes/simplepolygon.h"
+
 namespace {
 
 namespace bg = boost::geometry;
@@ -63,20 +65,10 @@ QVPoints withoutStraightVertices(const QVPoints& vertices) {
 
 }  // namespace
 
-bool qvIsSimplePolygon(const QVPoints& vertices) {
-    Polygon polygon = toBoost(vertices);
-    if (qvSignedArea(vertices) < 0) std::reverse(polygon.outer().begin(), polygon.outer().end());
-    try {
-        return bg::is_valid(polygon);
-    } catch (const std::exception&) {  // where coordinates are so large that squares overflow
-        return false;
-    }
-}
-
 const char* qvOffsetInParts(QVPoints& vertices, double distance) {
     constexpr const char* unclear = "what it becomes cannot be made out";
     // The steps are up to the square of the number of vertices.
-    constexpr std::size_t mostVertices = 3000;
+    constexpr std::size_t mostVertices = 1000;
     if (vertices.size() > mostVertices) return "it would fall into parts or have a hole";
     Polygons parts;
     try {

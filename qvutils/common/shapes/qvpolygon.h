@@ -10,8 +10,14 @@ public:
     QV_CLASS_INFO(QVPolygonPoint)
 
     QVPolygonPoint() : x(0), y(0) {}
+    /// The polygon is not copied.
     QVPolygonPoint(const QVPolygonPoint& other) : QVObject(other), x(other.x), y(other.y) {}
-    QVPolygonPoint& operator=(const QVPolygonPoint&) = default;
+    QVPolygonPoint& operator=(const QVPolygonPoint& other) {
+        QVObject::operator=(other);
+        x = other.x;
+        y = other.y;
+        return *this;
+    }
 
     qvParameter<double> x;  ///< in micrometres
     qvParameter<double> y;  ///< in micrometres

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cmath>
 #include <numbers>
 #include <random>
@@ -9,10 +8,10 @@
 #include "qvutils/common/shapes/planegeometry.h"
 #include "qvutils/common/shapes/polygoncontainment.h"
 #include "qvutils/common/shapes/polygonoffset.h"
-#include "qvutils/common/shapes/polygonparts.h"
 #include "qvutils/common/shapes/preparedpolygon.h"
 #include "qvutils/common/shapes/qvpolygon.h"
 #include "qvutils/common/shapes/qvregularpolygon.h"
+#include "qvutils/common/shapes/simplepolygon.h"
 
 namespace {
 
@@ -171,6 +170,50 @@ TEST(PolygonMeasures, no_point_is_outside_the_smallest_circle_and_three_or_two_a
         EXPECT_LE(qvSmallestWidth(points), smallest + 1e-14);
         EXPECT_GE(qvSmallestWidth(points), smallest - 3e-3);
     }
+}
+
+/// Whether two edges that are no neighbours touch, or neighbours lie upon each other.
+bool someEdgesMeet(const QVPoints& v) {
+    const std::size_t n = v.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        const Point &a = v[i], &b = v[(i + 1) % n], &next = v[(i + 2) % n];
+        const double forward = (b.x - a.x) * (next.x - b.x) + (b.y - a.y) * (next.y - b.y);
+        if (a == b || (qvSide(a, b, next) == 0 && forward <= 0)) return true;
+        for (std::size_t j = i + 2; j < n - (i == 0); ++j) {
+            const Point &c = v[j], &d = v[(j + 1) % n];
+            for (const Point& p : {c, d})
+                if (qvDistanceToSegment(a, b, p) == 0) return true;
+            for (const Point& p : {a, b})
+                if (qvDistanceToSegment(c, d, p) == 0) return true;
+            if (qvSide(a, b, c) * qvSide(a, b, d) < 0 && qvSide(c, d, a) * qvSide(c, d, b) < 0)
+                return true;
+        }
+    }
+    return false;
+}
+
+TEST(SimplePolygon, has_no_edges_that_meet) {
+    Random random(4);
+    int simple = 0;
+    for (int round = 0; round < 20000; ++round) {
+        QVPoints polygon;
+        for (int i = 0; i < 3 + round % 6; ++i)
+            polygon.push_back(
+                {std::floor(uniform(random, 0, 6)), std::floor(uniform(random, 0, 6))});
+        simple += qvIsSimplePolygon(polygon);
+        ASSERT_EQ(qvIsSimplePolygon(polygon), !someEdgesMeet(polygon)) << round;
+    }
+    EXPECT_GT(simple, 2000);
+    // Long slanted teeth, whose boxes all overlap.
+    constexpr int n = 100'000;
+    QVPoints teeth{{n, -1}, {-1, -1}};
+    for (int i = 0; i < n; ++i) {
+        teeth.push_back({1.0 * i, 0});
+        teeth.push_back({i + n + 0.5, n});
+    }
+    EXPECT_TRUE(qvIsSimplePolygon(teeth));
+    std::swap(teeth[n], teeth[n + 2]);
+    EXPECT_FALSE(qvIsSimplePolygon(teeth));
 }
 
 TEST(PolygonOffset, moves_every_edge_and_comes_back) {
