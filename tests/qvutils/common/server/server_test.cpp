@@ -184,7 +184,7 @@ TEST_F(Serving, wakes_at_once_and_calls_while_it_waits) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(server.getMessage(0, 100), nullptr);
     EXPECT_GE(milliseconds(start), 95);
-    EXPECT_GE(calls, 3);
+    EXPECT_GE(calls, 2);
     calls = 0;
     EXPECT_EQ(server.getMessage(), nullptr);
     EXPECT_EQ(calls, 0) << "a look does not wait";
