@@ -20,12 +20,13 @@ namespace {
 
 constexpr int wrongUsage = 2;
 
-// Warnings are no results: a script that reads standard output must not see them.
+// Warnings are no results: a script that reads standard output must not see them. What a long run
+// tells is to be seen while it goes on, also in a file or by a program.
 void showDiagnostics(int kind, const char* piece) {
     FILE* stream = kind == qvOutputWarning ? stderr : stdout;
     if (stream == stderr) std::fflush(stdout);
     std::fputs(piece, stream);
-    if (stream == stderr) std::fflush(stderr);
+    std::fflush(stream);
 }
 
 /// The application behind qv. Questions go to the prompt; without one they are answered "cancel".

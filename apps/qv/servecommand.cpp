@@ -8,6 +8,7 @@
 #include "apps/qv/serveoptions.h"
 #include "apps/qv/startup.h"
 #include "apps/qv/stopping.h"
+#include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/clock.h"
 #include "qvutils/common/platform/files.h"
@@ -19,6 +20,12 @@ namespace {
 constexpr int wrongUsage = 2;
 /// How often a server without work looks whether it is to end, in milliseconds.
 constexpr int idleInterval = 100;
+
+// Standard output is for the port and for what scripts show: programs read it.
+void showOnStandardError(int, const char* piece) {
+    std::fflush(stdout);
+    std::fputs(piece, stderr);
+}
 
 bool complain(const std::string& message) {
     std::fflush(stdout);
@@ -109,6 +116,7 @@ int runServe(const Options& options) {
         std::fputs(serveUsage().c_str(), stdout);
         return 0;
     }
+    setOutputHook(showOnStandardError);
     Host host(options);
     qvApp application("qv", QV_VERSION, host, qvSettingsPlace::chosen(options.settings));
     if (!startUp(options, application)) return 1;
