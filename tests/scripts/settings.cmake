@@ -77,5 +77,5 @@ expect(STATUS 0 OUT "3\n" ARGS -c "app.settings.materialDir = \"materials\"; app
 expect(STATUS 0 OUT "name +model\nOwn +RIX_POLYX\n" ARGS material own.mat --list)
 
 # Settings that cannot be read or kept keep nothing from working.
-expect(STATUS 0 OUT "0\n" ERR "settings file \"materials\": [^\n]*\n.*could not be kept.*"
+expect(STATUS 0 OUT "0\n" ERR "settings file \"[^\n]*materials\": [^\n]*\n.*could not be kept.*"
        ARGS --settings materials -c "app.settings.mainX = 1; app.numsubnodes()")

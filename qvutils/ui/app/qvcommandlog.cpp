@@ -1,10 +1,19 @@
 #include "qvutils/ui/app/qvcommandlog.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
+
+namespace {
+
+std::string failure(const std::string& path) {
+    return "could not write the log file \"" + path + "\": " + qvplatform::errorText(errno) + "\n";
+}
+
+}  // namespace
 
 std::string qvAsComment(const std::string& text) {
     std::string comment;
@@ -17,7 +26,7 @@ std::string qvAsComment(const std::string& text) {
 }
 
 void qvLogFile::open(const std::string& path, const std::string& heading) {
-    std::string cause;
+    std::string message;
     {
         const std::lock_guard guard(mutex_);
         if (path == path_) return;
@@ -26,23 +35,22 @@ void qvLogFile::open(const std::string& path, const std::string& heading) {
         if (path.empty()) return;
         file_ = qvplatform::fileSystem().open(path, "a");
         if (file_ && put(heading + "\n")) return;
-        cause = qvplatform::errorText(errno);
+        message = failure(path);
         close();
     }
     // The warning may come back here, to be logged.
-    wlwrite(("could not write the log file \"" + path + "\": " + cause + "\n").c_str());
+    wlwrite(message.c_str());
 }
 
 void qvLogFile::add(const std::string& text) {
-    std::string cause;
+    std::string message;
     {
         const std::lock_guard guard(mutex_);
-        if (!file_ || text.empty()) return;
-        if (put(text)) return;
-        cause = qvplatform::errorText(errno);
+        if (!file_ || text.empty() || put(text)) return;
+        message = failure(path_);
         close();
     }
-    wlwrite(("could not write the log file \"" + path_ + "\": " + cause + "\n").c_str());
+    wlwrite(message.c_str());
 }
 
 bool qvLogFile::put(const std::string& text) {
@@ -56,19 +64,19 @@ void qvLogFile::close() {
 }
 
 void qvCommandRecord::add(const std::string& command, bool failed) {
-    if (commands_.size() < most) {
-        commands_.push_back(failed ? qvAsComment("failed: " + command) : command + "\n");
-    } else if (commands_.size() == most) {
-        commands_.push_back("// nothing more was recorded\n");
+    if (full_) return;
+    full_ = commands_.size() + command.size() > most;
+    if (full_) {
+        commands_ += "// nothing more was recorded\n";
         wlwrite("too many commands: nothing more is recorded\n");
+    } else {
+        commands_ += failed ? qvAsComment("failed: " + command) : command + "\n";
     }
 }
 
 bool qvCommandRecord::save(const std::string& path, const std::string& heading) const {
     qvplatform::SafeFile file;
-    bool done = file.open(path) && file.write(heading + "\n");
-    for (const std::string& command : commands_) done = done && file.write(command);
-    if (done && file.commit()) return true;
+    if (file.open(path) && file.write(heading + "\n" + commands_) && file.commit()) return true;
     qverr().set((file.error() + "\n").c_str());
     return false;
 }

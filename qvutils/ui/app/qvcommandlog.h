@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "qvutils/common/platform/qvexport.h"
 
@@ -37,17 +36,21 @@ private:
 /// Commands in the order in which they were run, to be run again from a file.
 class QVCORE_API qvCommandRecord {
 public:
-    static constexpr std::size_t most = 1'000'000;
+    /// Characters; what comes after them is not recorded.
+    static constexpr std::size_t most = 64 * 1024 * 1024;
 
     /// One that failed is kept as a comment.
     void add(const std::string& command, bool failed);
-    void clear() { commands_.clear(); }
-    int size() const { return static_cast<int>(commands_.size()); }
+    void clear() {
+        commands_.clear();
+        full_ = false;
+    }
     /// Writes a command file, whole or not at all. False with an error posted.
     bool save(const std::string& path, const std::string& heading) const;
 
 private:
-    std::vector<std::string> commands_;
+    std::string commands_;  ///< as they are saved
+    bool full_ = false;
 };
 
 /// Each line of a text made a comment.

@@ -9,6 +9,7 @@
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
 #include "qvutils/ui/app/settingssource.h"
+#include "qvutils/ui/project/filenames.h"
 
 namespace {
 
@@ -97,7 +98,7 @@ qvSettingsStore::qvSettingsStore(const std::string& application, const qvSetting
     if (place.kind == qvSettingsPlace::Kind::none) return;
     toolkit_ = std::make_unique<Toolkit>();
     impl_ = std::make_unique<Impl>(place.kind == qvSettingsPlace::Kind::file
-                                       ? settingsFile(place.file)
+                                       ? settingsFile(fullPath(place.file.c_str()))
                                        : userSettings(application));
 }
 

@@ -44,7 +44,7 @@ const qvSettingRow rows[] = {
     {"", "materialDir", &Values::materialDir, 0, 0, "",
      "directory where material files are looked for", &Listener::materialDirChanged},
     {"", "diagnosticlevel", &Values::diagnosticlevel, least, most, "1",
-     "messages: below 0 none, 0 warnings, 1 all, from 2 on also what was read and written",
+     "messages: below 0 none, 0 warnings, 1 all, from 2 on also where the settings are",
      nullptr},
     {"", "commandLogFile", &Values::commandLogFile, 0, 0, "",
      "file to which the commands are added as they are run", &Listener::logsChanged},
