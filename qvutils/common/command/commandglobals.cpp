@@ -6,6 +6,10 @@ namespace {
 
 constexpr std::string_view shownName = "_";
 
+bool isPrivate(const std::string& name) {
+    return name[0] == '_';
+}
+
 }  // namespace
 
 bool qvCommandGlobals::isReference(const QVCommandElt& element) {
@@ -60,14 +64,14 @@ void qvCommandGlobals::removeReferences(void* object) {
 const std::string* qvCommandGlobals::nameOf(const void* object) const {
     const auto [first, last] = byObject_.equal_range(object);
     for (auto entry = first; entry != last; ++entry) {
-        if (*entry->second != shownName) return entry->second;
+        if (!isPrivate(*entry->second)) return entry->second;
     }
     return nullptr;
 }
 
 void qvCommandGlobals::appendNames(std::vector<std::string>& names) const {
     for (const auto& [name, element] : byName_) {
-        if (name != shownName) names.push_back(name);
+        if (!isPrivate(name)) names.push_back(name);
     }
 }
 

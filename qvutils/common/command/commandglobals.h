@@ -7,7 +7,8 @@
 #include "qvutils/common/object/qvobject.h"
 
 /// The global variables of the command language: references to objects, and values that their
-/// element owns. A reference goes when its object dies.
+/// element owns. A reference goes when its object dies. Names that begin with "_" are those of
+/// programs: they work, but are neither listed nor found by nameOf.
 class qvCommandGlobals : private qvObjectWatcher {
 public:
     QVCommandElt* find(std::string_view name);
@@ -16,11 +17,10 @@ public:
     bool remove(std::string_view name);
     void clear();
     void removeReferences(void* object);
-    /// Null when no variable but `_` refers to the object.
+    /// Null when no variable refers to the object.
     const std::string* nameOf(const void* object) const;
     void appendNames(std::vector<std::string>& names) const;
     /// Makes `_` name the object that a statement has shown; after anything else there is no `_`.
-    /// It is not among the names that are listed.
     void noteShown(const QVCommandElt& shown);
 
     static bool isReference(const QVCommandElt& element);

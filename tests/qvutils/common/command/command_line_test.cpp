@@ -171,8 +171,10 @@ TEST_F(CommandLine, the_object_shown_last_can_be_referred_to) {
     EXPECT_EQ(run("b.name = x; c.width = 7; b; c.width"), "!\"b.name\" is read only!\n????\n7\n");
     EXPECT_EQ(run("b; app.add(d).name; Ref& e = _"), "????\nd\n!could not find item \"_\"\n");
     EXPECT_EQ(run("b; _.remove(); _"), "????\n!could not find item \"_\"\n");
-    run("app.find(a)");
+    run("Ref& _own = app.find(a); app.find(a)");
     EXPECT_EQ(session.getGVARCommandName(root.parts[1]), "");
+    EXPECT_EQ(run("help").find("_own"), std::string::npos);
+    EXPECT_EQ(run("_own.name"), "a\n");
 }
 
 TEST_F(CommandLine, copies_are_independent_values) {
