@@ -16,6 +16,10 @@ constexpr const char* errorTag = "ERROR:";
 /// How many ports are tried when the first one is taken, before any free one will do.
 constexpr int portsToTry = 100;
 
+/// How many clients may wait for their turn. The system lets one more try again only after a
+/// second.
+constexpr long mostWaiting = 128;
+
 /// Up to the first NUL.
 std::size_t lengthOf(const char* text, std::size_t size) {
     return static_cast<std::size_t>(std::find(text, text + size, '\0') - text);
@@ -30,7 +34,7 @@ bool qvScriptServing::isConnected() {
 /// Says nothing: the caller does when no port will do.
 bool qvScriptServing::tryPort(int port) {
     server_.setLog([](void*, const char*, bool) {}, nullptr);
-    const bool listens = server_.Init(port);
+    const bool listens = server_.Init(port, mostWaiting);
     if (listens) port_ = server_.localport();
     setLog(std::move(log_));
     return listens;
