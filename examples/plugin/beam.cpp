@@ -13,7 +13,8 @@ public:
 
     // Siegman, "Lasers" (1986), section 17.1: w(z) = w0 sqrt(1 + (z lambda / (pi w0^2))^2).
     double radius(double z) {
-        return std::hypot(waist_, z * lambda_ / (3.141592653589793 * waist_));
+        const double far = z * lambda_ / (3.141592653589793 * waist_ * waist_);
+        return waist_ * std::sqrt(1 + far * far);
     }
 
     void OnPublish() override {

@@ -8,7 +8,7 @@ cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH tests)
 cmake_path(GET tests PARENT_PATH source)
 set(work ${BUILD}/consumer-${KIND})
 set(prefix ${work}/prefix)
-file(REMOVE_RECURSE ${prefix} ${work}/build)
+file(REMOVE_RECURSE ${prefix} ${work}/build ${work}/plugin)
 
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
@@ -44,6 +44,30 @@ run(${CMAKE_COMMAND} -G Ninja -S ${CMAKE_CURRENT_LIST_DIR} -B ${work}/build ${to
     -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${work}/build)
 expect_greeting(${work}/build/consumer${SUFFIX})
+
+# The plug-in that docs/plugins.md shows, in the qv that was installed.
+set(example ${source}/examples/plugin)
+file(READ ${source}/docs/plugins.md document)
+foreach(file CMakeLists.txt beam.cpp)
+    file(READ ${example}/${file} text)
+    string(FIND "${document}" "${text}" place)
+    if(place EQUAL -1)
+        message(FATAL_ERROR "docs/plugins.md shows another ${file}")
+    endif()
+endforeach()
+run(${CMAKE_COMMAND} -G Ninja -S ${example} -B ${work}/plugin ${toolchain}
+    -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${work}/plugin)
+execute_process(COMMAND ${EMULATOR} ${prefix}/bin/qv${SUFFIX} --settings none --plugins
+                        ${work}/plugin -c
+                        "app.addsubnode(projectTB, P)\napp.findnode(P).addsubnode(beamTB, laser)\n\
+app.findnode(\"P/laser\").radius(1000)"
+                OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+string(STRIP "${output}" output)
+string(FIND "${document}" "prints `${output}`" place)
+if(output STREQUAL "" OR place EQUAL -1)
+    message(FATAL_ERROR "the plug-in printed \"${output}\"")
+endif()
 
 find_program(pkg_config NAMES pkg-config)
 if(TOOLCHAIN OR NOT pkg_config)
