@@ -16,7 +16,7 @@ QVCORE_API std::string findProgram(const std::string& name);
 
 /// A program that this process has started and watches. It has no input and no terminal to be
 /// interrupted from; what it writes to its standard output and its standard error arrives here in
-/// one stream. It ends with this process.
+/// one stream. It ends with this process, or with the thread that has started it.
 class QVCORE_API ChildProcess {
 public:
     using Variables = std::vector<std::pair<std::string, std::string>>;
