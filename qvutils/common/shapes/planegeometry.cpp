@@ -18,6 +18,12 @@ double distance(const Point& a, const Point& b) {
     return std::hypot(a.x - b.x, a.y - b.y);
 }
 
+/// The largest of three is about 2 to this power.
+int exponentOf(double a, double b, double c) {
+    const double largest = std::max({std::fabs(a), std::fabs(b), std::fabs(c)});
+    return largest > 0 ? std::ilogb(largest) : 0;
+}
+
 bool covers(const QVCircle& circle, const Point& p) {
     constexpr double rounding = 1 + 1e-14;
     return distance(circle.centre, p) <= circle.radius * rounding;
@@ -62,7 +68,15 @@ QVCircle circleWith(const QVPoints& points, std::size_t n, const Point& a) {
 double qvSideExactly(const Point& a, const Point& b, const Point& p) {
     using BoostPoint = boost::geometry::model::d2::point_xy<double>;
     using Side = boost::geometry::strategy::side::side_robust<double>;
-    return Side::apply(BoostPoint(a.x, a.y), BoostPoint(b.x, b.y), BoostPoint(p.x, p.y));
+    if (!isFinite(a) || !isFinite(b) || !isFinite(p))
+        return std::numeric_limits<double>::quiet_NaN();
+    // The side stays the same when x and y are scaled, each by itself; then nothing overflows.
+    const int x = exponentOf(a.x, b.x, p.x);
+    const int y = exponentOf(a.y, b.y, p.y);
+    const auto scaled = [&](const Point& q) {
+        return BoostPoint(std::ldexp(q.x, -x), std::ldexp(q.y, -y));
+    };
+    return Side::apply(scaled(a), scaled(b), scaled(p));
 }
 
 double qvSignedArea(std::span<const Point> vertices) {

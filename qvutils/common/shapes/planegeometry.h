@@ -18,11 +18,13 @@ double qvSideExactly(const PointT<double>& a, const PointT<double>& b, const Poi
 /// The bound is that of J. R. Shewchuk, Adaptive Precision Floating-Point Arithmetic, 1997.
 inline double qvSide(const PointT<double>& a, const PointT<double>& b, const PointT<double>& p) {
     constexpr double bound = 3.3306690738754716e-16;
+    constexpr double underflow = 1e-290;  // near it products lose digits
     const double left = (b.x - a.x) * (p.y - a.y);
     const double right = (b.y - a.y) * (p.x - a.x);
     const double side = left - right;
-    const bool inDoubt = std::fabs(side) <= bound * (std::fabs(left) + std::fabs(right));
-    return inDoubt ? qvSideExactly(a, b, p) : side;
+    // The bound is not a number, or infinite, where products overflow.
+    const bool sure = std::fabs(side) > bound * (std::fabs(left) + std::fabs(right)) + underflow;
+    return sure ? side : qvSideExactly(a, b, p);
 }
 
 /// Half the sum of the cross products: positive for a polygon that runs counter-clockwise.
