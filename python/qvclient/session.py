@@ -49,6 +49,7 @@ class Session:
         self.free_names: list[str] = []
         self._wire: Optional[Wire] = None
         self._closed = False
+        self._process = os.getpid()
 
     def open(self) -> None:
         """Connects, unless there is a connection."""
@@ -91,6 +92,8 @@ class Session:
         with self.lock:
             if self._closed:
                 raise QvConnectionError("the connection is closed", text)
+            if self._process != os.getpid():  # two would take each other's answers
+                raise QvConnectionError("a forked process needs a connection of its own", text)
             self.open()
             reply = self._exchange(payload, text)
         if reply.endswith(b"\0"):

@@ -143,6 +143,18 @@ class Client(unittest.TestCase):
         self.assertEqual({node.nodename() for node in found}, {note.nodename()})
         self.assertEqual(len({node._place.path for node in found}), 80)
 
+    @unittest.skipUnless(hasattr(os, "fork"), "this system does not fork")
+    def test_a_forked_process_does_not_take_the_answers_of_its_parent(self):
+        child = os.fork()
+        if child == 0:
+            try:
+                self.app.numsubnodes()
+            except qvclient.QvConnectionError:
+                os._exit(0)
+            os._exit(1)
+        self.assertEqual(os.waitpid(child, 0)[1], 0)
+        self.assertEqual(self.app.numsubnodes(), 1)
+
     @unittest.skipUnless(sys.platform == "linux", "memory is read from /proc")
     def test_memory_is_flat_over_many_commands(self):
         def work(count):
