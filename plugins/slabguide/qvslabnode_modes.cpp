@@ -158,8 +158,10 @@ double qvSlabNode::GroupIndex(int mode) {
 
 double qvSlabNode::Confinement(int mode, int layer) {
     const slab::Mode* found = modeAt(mode);
-    if (!found || !hasLayer(layer, found->layers())) return 0;
-    return found->confinement(static_cast<std::size_t>(layer - 1));
+    if (found && hasLayer(layer, found->layers()))
+        return found->confinement(static_cast<std::size_t>(layer - 1));
+    if (found) tellWhere();
+    return 0;
 }
 
 slab::Complex qvSlabNode::Field(int mode, double x) {
@@ -170,8 +172,10 @@ slab::Complex qvSlabNode::Field(int mode, double x) {
 
 slab::Complex qvSlabNode::LayerIndex(int layer) {
     const Solved* now = solved();
-    if (!now || !hasLayer(layer, now->stack.layers.size())) return 0;
-    return std::sqrt(now->stack.layers[static_cast<std::size_t>(layer - 1)].eps);
+    if (now && hasLayer(layer, now->stack.layers.size()))
+        return std::sqrt(now->stack.layers[static_cast<std::size_t>(layer - 1)].eps);
+    if (now) tellWhere();
+    return 0;
 }
 
 // Scans.

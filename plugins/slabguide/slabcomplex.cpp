@@ -23,9 +23,12 @@ struct Trial {
     Complex ratio;  ///< logarithmic derivative
 };
 
-/// With `withoutGrowth` it is divided by exp(sum of q t), which leaves the zeros as they are and
-/// the function nearly constant far away from the permittivities.
-Trial tryAt(const Media<Complex>& media, const Complex& w, bool withoutGrowth) {
+/// The layers that a trial may divide exp(q t) out of; all of them or, when empty, none.
+using Calmed = std::vector<bool>;
+
+/// What is divided out leaves the zeros as they are, and the function nearly constant where it
+/// would turn with every wavelength of a thick layer.
+Trial tryAt(const Media<Complex>& media, const Complex& w, const Calmed& calmed) {
     const Complex qs = decay(media.front().q2(w));
     const Complex qc = decay(media.back().q2(w));
     auto state = State<Complex>::start(media.front(), qs);
@@ -35,7 +38,7 @@ Trial tryAt(const Media<Complex>& media, const Complex& w, bool withoutGrowth) {
         const Medium<Complex>& m = media[i];
         const Complex q2 = m.q2(w);
         state.cross(m, q2);
-        if (!withoutGrowth) continue;
+        if (calmed.empty() || !calmed[i]) continue;
         const Complex q = decay(q2);
         angle += q.imag() * m.t;
         growth += m.s * m.t / (2. * q);
@@ -63,7 +66,7 @@ public:
 
     /// Finds all zeros in the box.
     void cover(const Box& box, const std::vector<Box>& region) {
-        const std::optional<long> count = zerosIn(box, analyticWithoutGrowth(box));
+        const std::optional<long> count = zerosIn(box);
         if (!count || *count < 0) return fail("the search for modes failed near", box);
         if (*count > maxModes) {
             error_ = "there are " + std::to_string(*count) + " guided modes, more than the " +
@@ -89,40 +92,50 @@ private:
     }
     void fail(const char* what, const Box& box) {
         if (!error_.empty()) return;
+        if (isTired()) {
+            error_ = "the search for modes takes too long: the layers are too thick, or too many";
+            return;
+        }
         const Complex n = std::sqrt(box.centre());
         error_ = std::string(what) + " an effective index of " + std::to_string(n.real());
     }
 
-    /// No root of an inner layer has its cut in the box.
-    bool analyticWithoutGrowth(const Box& box) const {
-        for (std::size_t i = 1; i + 1 < media_.size(); ++i) {
-            const Medium<Complex>& m = media_[i];
-            if (m.s != Complex(1)) return false;
-            const Complex& eps = m.eps;
-            if (box.low.real() <= eps.real() && box.low.imag() <= eps.imag() &&
-                box.high.imag() >= eps.imag()) {
-                return false;
-            }
+    /// The layers whose roots have no cut in the box.
+    Calmed calmIn(const Box& box) const {
+        Calmed calmed;
+        for (const Medium<Complex>& m : media_) {
+            const bool crossed = box.low.real() <= m.eps.real() && box.low.imag() <= m.eps.imag() &&
+                                 box.high.imag() >= m.eps.imag();
+            calmed.push_back(m.s == Complex(1) && !crossed);
         }
-        return true;
+        return calmed;
     }
 
-    std::optional<long> zerosIn(const Box& box, bool withoutGrowth) const;
-    std::optional<double> turn(const Trial& a, const Trial& b, bool withoutGrowth, int depth) const;
+    /// Counts the work: thick layers may ask for more than anybody would wait for.
+    Trial trial(const Complex& w, const Calmed& calmed) {
+        work_ += media_.size();
+        return tryAt(media_, w, calmed);
+    }
+    bool isTired() const { return work_ > mostWork; }
+
+    std::optional<long> zerosIn(const Box& box);
+    std::optional<double> turn(const Trial& a, const Trial& b, const Calmed& calmed, int depth);
     std::optional<Complex> newton(Complex w) const;
-    std::optional<Complex> polished(Complex w) const;
+    Complex polished(Complex w) const;
     void divide(const Box& box, long count, const std::vector<Box>& region, int depth);
     bool settle(const Box& box, long count, const std::vector<Box>& region);
 
     const Media<Complex>& media_;
     std::vector<Complex> zeros_;
     std::string error_;
+    static constexpr std::size_t mostWork = 30'000'000;  ///< layers gone through
+    std::size_t work_ = 0;
 };
 
 /// By how much the argument changes from a to b: steps are small enough when the change agrees with
 /// what the derivatives at both ends foretell.
-std::optional<double> Search::turn(const Trial& a, const Trial& b, bool withoutGrowth,
-                                   int depth) const {
+std::optional<double> Search::turn(const Trial& a, const Trial& b, const Calmed& calmed,
+                                   int depth) {
     constexpr int deepest = 60;
     constexpr double largestTurn = 1.2, largestError = 0.6;
     const Complex way = b.w - a.w;
@@ -133,31 +146,31 @@ std::optional<double> Search::turn(const Trial& a, const Trial& b, bool withoutG
         return change;
     }
     const Complex w = a.w + way / 2.;
-    if (depth == deepest || w == a.w || w == b.w) return {};
-    const Trial between = tryAt(media_, w, withoutGrowth);
-    const auto first = turn(a, between, withoutGrowth, depth + 1);
+    if (depth == deepest || w == a.w || w == b.w || isTired()) return {};
+    const Trial between = trial(w, calmed);
+    const auto first = turn(a, between, calmed, depth + 1);
     if (!first) return {};
-    const auto second = turn(between, b, withoutGrowth, depth + 1);
+    const auto second = turn(between, b, calmed, depth + 1);
     if (!second) return {};
     return *first + *second;
 }
 
 /// Nothing when a zero lies on the edge.
-std::optional<long> Search::zerosIn(const Box& box, bool withoutGrowth) const {
+std::optional<long> Search::zerosIn(const Box& box) {
+    const Calmed calmed = calmIn(box);
     const Complex corners[] = {
         box.low, {box.high.real(), box.low.imag()}, box.high, {box.low.real(), box.high.imag()}};
     constexpr int pieces = 4;
     double total = 0;
-    const Trial first = tryAt(media_, corners[0], withoutGrowth);
+    const Trial first = trial(corners[0], calmed);
     Trial last = first;
     for (int edge = 0; edge < 4; ++edge) {
         const Complex from = corners[edge], to = corners[(edge + 1) % 4];
         for (int i = 1; i <= pieces; ++i) {
             const bool closes = edge == 3 && i == pieces;
             const Trial next =
-                closes ? first
-                       : tryAt(media_, from + (to - from) * (double(i) / pieces), withoutGrowth);
-            const auto change = turn(last, next, withoutGrowth, 0);
+                closes ? first : trial(from + (to - from) * (double(i) / pieces), calmed);
+            const auto change = turn(last, next, calmed, 0);
             if (!change) return {};
             total += *change;
             last = next;
@@ -173,7 +186,9 @@ std::optional<Complex> Search::newton(Complex w) const {
     constexpr int most = 40;
     const double cutOff = std::max({media_.front().eps.real(), media_.back().eps.real(), 0.});
     for (int i = 0; i < most; ++i) {
-        Complex ratio = tryAt(media_, w, false).ratio;
+        const Trial here = tryAt(media_, w, {});
+        if (here.value == Complex(0)) return w;
+        Complex ratio = here.ratio;
         for (const Complex& z : zeros_) ratio -= 1. / (w - z);
         const Complex step = 1. / ratio;
         if (!std::isfinite(step.real()) || !std::isfinite(step.imag())) return {};
@@ -184,10 +199,10 @@ std::optional<Complex> Search::newton(Complex w) const {
     return {};
 }
 
-std::optional<Complex> Search::polished(Complex w) const {
+Complex Search::polished(Complex w) const {
     const Complex start = w;
     for (int i = 0; i < 4; ++i) {
-        const Complex step = 1. / tryAt(media_, w, false).ratio;
+        const Complex step = 1. / tryAt(media_, w, {}).ratio;
         if (!(std::abs(step) <= 1e-9 * std::abs(w))) break;
         w -= step;
         if (std::abs(step) <= 2 * epsilon * std::abs(w)) break;
@@ -230,7 +245,7 @@ void Search::divide(const Box& box, long count, const std::vector<Box>& region, 
             first.high.imag(cut);
             second.low.imag(cut);
         }
-        const auto there = zerosIn(first, analyticWithoutGrowth(first));
+        const auto there = zerosIn(first);
         if (!there || *there < 0 || *there > count) continue;
         divide(first, *there, region, depth + 1);
         divide(second, count - *there, region, depth + 1);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <numbers>
 
@@ -17,8 +18,8 @@ bool isPositive(double psi, double slope) {
 }
 
 /// Zeros of psi in the layer that leads from one state to the other.
-int zerosInside(const Medium<double>& m, double q2, const State<double>& in,
-                const State<double>& out) {
+std::int64_t zerosInside(const Medium<double>& m, double q2, const State<double>& in,
+                         const State<double>& out) {
     const bool odd = isPositive(in.psi, in.phi * m.p) != isPositive(out.psi, out.phi * m.p);
     if (q2 >= 0) return odd;
     const double kappa = std::sqrt(-q2);
@@ -29,7 +30,7 @@ int zerosInside(const Medium<double>& m, double q2, const State<double>& in,
     // decide between two neighbours.
     const double turns = (kappa * m.t + angle) / std::numbers::pi;
     const double whole = std::floor(turns);
-    const int count = static_cast<int>(std::min(whole, 1e9));
+    const auto count = static_cast<std::int64_t>(std::min(whole, 1e12));
     if ((count % 2 != 0) == odd) return count;
     return turns - whole > 0.5 || count == 0 ? count + 1 : count - 1;
 }
@@ -37,7 +38,7 @@ int zerosInside(const Medium<double>& m, double q2, const State<double>& in,
 struct Trial {
     double value;  ///< 0 at a mode
     double slope;  ///< its derivative, on the same scale
-    long modesAbove;
+    std::int64_t modesAbove;
 };
 
 Trial tryAt(const Media<double>& media, double w) {
@@ -47,7 +48,7 @@ Trial tryAt(const Media<double>& media, double w) {
     const double qs = std::sqrt(std::max(substrate.q2(w), tiny));
     const double qc = std::sqrt(std::max(cover.q2(w), tiny));
     State<double> state = State<double>::start(substrate, qs);
-    long zeros = 0;
+    std::int64_t zeros = 0;
     for (std::size_t i = 1; i + 1 < media.size(); ++i) {
         const Medium<double>& m = media[i];
         const double q2 = m.q2(w);
@@ -65,13 +66,13 @@ Trial tryAt(const Media<double>& media, double w) {
 /// Encloses the modes, which count from 0 downwards in w.
 class Enclosures {
 public:
-    Enclosures(const Media<double>& media, double below, double above, long count)
+    Enclosures(const Media<double>& media, double below, double above, std::int64_t count)
         : media_(media),
           bounds_(static_cast<std::size_t>(count), Interval{below, above, count, 0}) {}
 
     double find(std::size_t mode) {
         const Interval& b = bounds_[mode];
-        const long number = static_cast<long>(mode);
+        const auto number = static_cast<std::int64_t>(mode);
         while (!isClosed(b) && (b.modesAboveLow != number + 1 || b.modesAboveHigh != number))
             look(middle(b));
         return isClosed(b) ? middle(b) : polish(b);
@@ -80,7 +81,7 @@ public:
 private:
     struct Interval {
         double low, high;
-        long modesAboveLow, modesAboveHigh;
+        std::int64_t modesAboveLow, modesAboveHigh;
     };
 
     static double middle(const Interval& b) { return b.low + (b.high - b.low) / 2; }
@@ -90,8 +91,8 @@ private:
 
     Trial look(double w) {
         const Trial trial = tryAt(media_, w);
-        const auto split =
-            static_cast<std::size_t>(std::min(trial.modesAbove, static_cast<long>(bounds_.size())));
+        const auto split = static_cast<std::size_t>(
+            std::min(trial.modesAbove, static_cast<std::int64_t>(bounds_.size())));
         for (std::size_t i = split; i-- > 0 && bounds_[i].low < w;) {
             bounds_[i].low = w;
             bounds_[i].modesAboveLow = trial.modesAbove;
@@ -147,7 +148,7 @@ std::vector<double> losslessModes(const Media<double>& media, std::string& error
     double above = below;
     for (const Medium<double>& m : media) above = std::max(above, m.eps);
     if (!(above > below)) return {};
-    const long count = tryAt(media, below).modesAbove;
+    const std::int64_t count = tryAt(media, below).modesAbove;
     if (count > maxModes) {
         error = "there are " + std::to_string(count) + " guided modes, more than the " +
                 std::to_string(maxModes) + " that can be solved for";

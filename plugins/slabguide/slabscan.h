@@ -11,7 +11,7 @@
 class SlabScan {
 public:
     static constexpr int maxPoints = 1000000;
-    static constexpr std::size_t maxModes = 10000000;  ///< of all points together
+    static constexpr std::size_t maxModes = 2000000;  ///< of all points together
 
     struct Mode {
         double re, im;  ///< of the effective index
