@@ -58,6 +58,7 @@ QVCommandElt QVObject::getPublishedElt(const char* name, bool withTexts) {
 bool QVObject::findPublishedElt(std::string_view name, bool withTexts, QVCommandElt& element) {
     qvPublishRequest request(name, withTexts, element);
     publishInto(request);
+    if (request.found()) return true;
     qvPublishRequest* outer = request_;
     request_ = &request;
     publishAnswers(request);
