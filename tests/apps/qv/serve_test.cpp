@@ -172,7 +172,7 @@ TEST(QvRun, ctrl_c_stops_a_script_and_with_it_the_rest) {
     const std::int64_t start = qvplatform::monotonicNanoseconds();
     qv.process.interrupt();
     EXPECT_EQ(qv.status(), 1);
-    EXPECT_LT(qvplatform::monotonicNanoseconds() - start, 1'500'000'000);
+    EXPECT_LT(qvplatform::monotonicNanoseconds() - start, 10'000'000'000);
     const std::string text2 = qv.output();
     EXPECT_NE(text2.find("the python script was stopped\n"), text2.npos) << text2;
     EXPECT_NE(text2.find("qv: stopped\n"), text2.npos) << text2;

@@ -125,12 +125,12 @@ TEST(ChildProcess, what_it_leaves_behind_goes_on_and_is_not_waited_for) {
     const std::int64_t start = qvplatform::monotonicNanoseconds();
     {
         ChildProcess process;
-        ASSERT_TRUE(process.start({program(), "leave", "3000"}));
+        ASSERT_TRUE(process.start({program(), "leave", "20000"}));
         EXPECT_TRUE(process.wait(20'000));
         EXPECT_EQ(outputOf(process), "started");
         EXPECT_TRUE(process.outputIsOpen()) << "the other one was killed";
     }
-    EXPECT_LT(millisecondsSince(start), 2900);
+    EXPECT_LT(millisecondsSince(start), 15'000);
 }
 
 }  // namespace
