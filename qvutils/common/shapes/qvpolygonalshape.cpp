@@ -55,7 +55,7 @@ std::unique_ptr<QVShape> QVPolygonalShape::CreateExpandedShape(double distance) 
     if (!Check()) return nullptr;
     QVPoints vertices = getVertices();
     if (const char* flaw = qvOffsetPolygon(vertices, distance)) {
-        refuse("expand", flaw);
+        refuseToExpand(distance, flaw);
         return nullptr;
     }
     return makeFrom(vertices);

@@ -80,7 +80,8 @@ bool QVShape::Expand(double distance) {
         takeDimensions(*expanded);
         return true;
     }
-    refuse("expand", (std::string("the result is a ") + expanded->getKind().lowerName).c_str());
+    refuseToExpand(distance,
+                   (std::string("the result is a ") + expanded->getKind().lowerName).c_str());
     return false;
 }
 
@@ -172,6 +173,10 @@ void QVShape::refuse(const char* verb, const char* reason) const {
     qverr().setf("cannot %s %s: %s\n", verb, shortDefinition().Chars(), reason);
 }
 
+void QVShape::refuseToExpand(double distance, const char* reason) const {
+    refuse(distance < 0 ? "contract" : "expand", reason);
+}
+
 std::unique_ptr<QVShape> QVShape::ReadShape(qvNameSpace* space, const QVString& text) {
     std::string_view form = qvTrimmedShapeText(text.view());
     for (const QVShapeKind* kind : kinds) {
@@ -214,9 +219,9 @@ bool QVShape::checkAngle(double angle) const {
 
 bool QVShape::checkExpanded(double distance, double w, double h) const {
     if (!std::isfinite(distance) || !std::isfinite(w) || !std::isfinite(h))
-        refuse("expand", "the distance is not a finite number");
+        refuseToExpand(distance, "the distance is not a finite number");
     else if (!(w > 0 && h > 0))
-        refuse("expand", "nothing would be left");
+        refuseToExpand(distance, "nothing would be left");
     else
         return true;
     return false;

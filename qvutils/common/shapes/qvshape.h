@@ -184,6 +184,7 @@ protected:
     bool checkExpanded(double distance, double w, double h) const;
     /// Posts "cannot <verb> <definition>: <reason>\n", with the beginning of a long definition.
     void refuse(const char* verb, const char* reason) const;
+    void refuseToExpand(double distance, const char* reason) const;
     QVString shortDefinition() const;
     /// Whether two shapes to be blended are of this kind, and the weights are numbers; else posts
     /// `message`, or what is wrong with the weights.
