@@ -23,6 +23,11 @@ qvNameSpace* qvSlabLayer::GetNameSpace() {
 
 void qvSlabLayer::SetParam(QVCommandElt& element, const char* value, const char* name) {
     if (!qvSlabNode::canBeKept(value)) return;
+    if (element.IsKindOf(qvKindString) &&
+        std::string_view(value).find('"') != std::string_view::npos) {
+        qverr().setf("%s cannot have a double quote in it\n", name);
+        return;
+    }
     QVObject::SetParam(element, value, name);
     if (qverr()) return;
     if (std::string_view(element.getName()) == "index") file = material = "";
