@@ -10,6 +10,7 @@
 #include "qvutils/common/platform/files.h"
 #include "qvutils/ui/nodes/qvnotesnode.h"
 #include "qvutils/ui/nodes/qvparametersnode.h"
+#include "qvutils/ui/nodes/qvscriptnode.h"
 #include "qvutils/ui/nodes/qvshapenode.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
@@ -54,6 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         registerNotesNode();
         registerVariablesNode();
         registerParametersNode();
+        registerScriptNode();
         registerShapeNode();
         setOutputHook([](int, const char*) {});
         return true;

@@ -25,9 +25,7 @@ std::string_view takeLine(std::string_view& text) {
 }
 
 std::string_view withoutLineEnd(std::string_view line) {
-    if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    return line;
+    return line.substr(0, line.find_last_not_of("\r\n") + 1);
 }
 
 /// number [ comment ]
@@ -152,6 +150,7 @@ bool qvScriptNode::readLine(std::string_view content, bool& languageRead) {
         if (equals == content.npos || content[equals] != '=') return false;
         content.remove_prefix(equals + 1);
         if (content.starts_with(' ')) content.remove_prefix(1);
+        if (content.find('\r') != content.npos) return false;
         parameters_.append(QVString(content));
         return true;
     }
