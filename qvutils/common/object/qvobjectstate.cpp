@@ -86,7 +86,7 @@ bool QVObject::writeState(const void* preamble, std::size_t size) {
         return false;
     }
     const Header header(getClassName(), objectVersion_);
-    if (file.write(header.bytes, headerSize) && file.write(preamble, size)) {
+    if (file.write(header.bytes, headerSize) && (size == 0 || file.write(preamble, size))) {
         OnSaveState(file.stream());
     }
     if (qverr()) return false;
@@ -107,7 +107,7 @@ bool QVObject::readState(void* preamble, std::size_t size) {
     Header header;
     bool loaded = false;
     if (files.read(file, header.bytes, headerSize) == headerSize && header.isFor(getClassName()) &&
-        files.read(file, preamble, size) == size) {
+        (size == 0 || files.read(file, preamble, size) == size)) {
         loaded = OnLoadState(file, header.version());
     } else {
         qverr().setf("the state file is damaged or not one of a %s\n%s\n", getClassName(),
