@@ -28,11 +28,13 @@ class Documents(unittest.TestCase):
         patch.start()
         self.addCleanup(patch.stop)
 
-    @unittest.skipIf(numpy is None, "NumPy is not installed")
     def test_the_page_about_python_says_what_happens(self):
         self.serve()
+        text = (ROOT / "docs/python.md").read_text("utf-8")
+        if numpy is None:
+            text = re.sub("(?ms)^```python\n>>> import numpy.*?^```$", "", text)
         # To doctest a fence would be a part of what is printed.
-        text = re.sub("(?m)^```.*$", "", (ROOT / "docs/python.md").read_text("utf-8"))
+        text = re.sub("(?m)^```.*$", "", text)
         test = doctest.DocTestParser().get_doctest(text, {}, "python.md", "python.md", 0)
         runner = doctest.DocTestRunner(optionflags=doctest.ELLIPSIS)
         results = runner.run(test, clear_globs=False)
