@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "qvutils/common/formula/funcparser.h"
+#include "qvutils/common/platform/pluginexport.h"
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/ui/project/qvnodeinfo.h"
 
@@ -11,13 +12,6 @@ class qvPluginOffers;
 /// The tag of the library that a source is compiled with. Its major version, the digits between
 /// "qvcore(" and the first ".", is what a plug-in and the application that loads it must share.
 inline constexpr const char* qvCoreVersionTag = "qvcore(39.1)";
-
-/// Marks the entry point of a plug-in.
-#if defined(_WIN32)
-#define QV_PLUGIN_EXPORT __declspec(dllexport)
-#else
-#define QV_PLUGIN_EXPORT __attribute__((visibility("default")))
-#endif
 
 /// What an application and a plug-in tell each other. The entry point of a plug-in fills it in:
 ///
