@@ -86,10 +86,7 @@ SocketOwner askKernel(int family, const RawAddress& end, const RawAddress& other
     } while (size < 0 && errno == EINTR);
     const auto* header = reinterpret_cast<const nlmsghdr*>(answer);
     if (size < 0 || !NLMSG_OK(header, static_cast<unsigned>(size))) return SocketOwner::cannotTell;
-    if (header->nlmsg_type == NLMSG_ERROR) {
-        const auto& error = *static_cast<const nlmsgerr*>(NLMSG_DATA(header));
-        return error.error == -ENOENT ? SocketOwner::unknown : SocketOwner::cannotTell;
-    }
+    // A kernel without this service gives the same error as for a connection that it does not know.
     if (header->nlmsg_type != SOCK_DIAG_BY_FAMILY) return SocketOwner::cannotTell;
     const auto& found = *static_cast<const inet_diag_msg*>(NLMSG_DATA(header));
     return ownerOf(found.idiag_state, found.idiag_inode, found.idiag_uid);
