@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
         std::printf("%s", value.c_str());
     } else if (action == "streams") {
         std::setvbuf(stdout, nullptr, _IONBF, 0);
+        std::setvbuf(stderr, nullptr, _IONBF, 0);
         std::fputs("out,", stdout);
         std::fputs("err,", stderr);
         std::printf("input ends: %d", std::getchar() == EOF);
