@@ -29,7 +29,10 @@ void registerShapeNode() {
 
 qvShapeNode::qvShapeNode() {
     shape_.onChange = [this] { NotifyChanged(); };
-    weighting_.onChange = [this] { NotifyChanged(); };
+    weighting_.onChange = [this] {
+        parts_[1].refused = "";
+        NotifyChanged();
+    };
 }
 
 QVString qvShapeNode::definitionOf(std::size_t part) const {
@@ -52,13 +55,15 @@ bool qvShapeNode::readLine(const DefinitionLine& line) {
     } else if (name == partNames.end()) {
         SyntaxErr("Unrecognised symbol \"%s\"\n   in shape definition: %s",
                   std::string(line.left).c_str(), line.told().c_str());
-    } else if (!definitionOf(part).Empty() || !parts_[part].refused.Empty()) {
+    } else if (parts_[part].found) {
         SyntaxErr("Duplicate %s\n   in shape definition: %s", *name, line.told().c_str());
     } else {
         parts_[part].lead += std::exchange(closing_, {});
         parts_[part].comment = line.comment;
         if (!readDefinition(part, line.definition))
             parts_[part].refused = withLineEnd(line.whole).c_str();
+        // A line that defines nothing is not written again, so another one may follow.
+        parts_[part].found = !parts_[part].refused.Empty() || !definitionOf(part).Empty();
         return true;
     }
     return false;

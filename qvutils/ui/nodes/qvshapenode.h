@@ -47,9 +47,10 @@ public:
 private:
     /// One of the definitions, with what a user wrote around it.
     struct Part {
-        QVString lead;     ///< the lines between the definition before it and its own
-        QVString comment;  ///< with its "//" and the blanks before it
-        QVString refused;  ///< its line, as long as it could not be used
+        QVString lead;       ///< the lines between the definition before it and its own
+        QVString comment;    ///< with its "//" and the blanks before it
+        QVString refused;    ///< its line, as long as it could not be used
+        bool found = false;  ///< such a line, in the block that was read last
     };
     static constexpr std::array<const char*, 2> partNames{"shape", "weighting"};
 
