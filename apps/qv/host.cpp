@@ -82,6 +82,7 @@ std::string joined(const std::vector<std::string>& names) {
 bool Host::run(const std::string& source, const char* text, int firstLine) {
     source_ = source;
     firstLine_ = firstLine;
+    sourceNesting_ = getNesting() + 1;
     stopped_ = false;
     const bool well = Execute(text);
     qverr().reset();
@@ -89,13 +90,15 @@ bool Host::run(const std::string& source, const char* text, int firstLine) {
 }
 
 bool Host::RunFile(const std::string& path) {
-    const auto outer = std::tuple(source_, firstLine_, inFile_, hidePlaces_, runsTheRest_);
+    const auto outer =
+        std::tuple(source_, firstLine_, sourceNesting_, inFile_, hidePlaces_, runsTheRest_);
     source_ = path;
     firstLine_ = 1;
+    sourceNesting_ = getNesting() + 1;
     inFile_ = true;
     hidePlaces_ = false;
     const bool well = qvCommandObject::RunFile(path);
-    std::tie(source_, firstLine_, inFile_, hidePlaces_, runsTheRest_) = outer;
+    std::tie(source_, firstLine_, sourceNesting_, inFile_, hidePlaces_, runsTheRest_) = outer;
     return well;
 }
 
@@ -189,7 +192,9 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
     failed_ = true;
     std::fflush(stdout);
     std::string text;
-    if (!hidePlaces_) {
+    if (getNesting() > sourceNesting_) {
+        text = "script:" + std::to_string(line) + ": " + abbreviated(statement) + ": ";
+    } else if (!hidePlaces_) {
         text = source_ + ":" + std::to_string(firstLine_ + line - 1) + ": " +
                abbreviated(statement) + ": ";
     }

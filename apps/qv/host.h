@@ -58,6 +58,7 @@ private:
     bool runsTheRest_ = false;  ///< the user does not want to be asked before each command again
     std::string source_;
     int firstLine_ = 1;
+    int sourceNesting_ = 1;  ///< how deep its texts are; a script that they run is deeper
     bool hidePlaces_ = false;
     bool failed_ = false;
     bool stopped_ = false;  ///< the user does not want the rest to be run
