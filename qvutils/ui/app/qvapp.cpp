@@ -27,9 +27,9 @@ const qvClassInfo qvApp::cinfo_qvApp("qvApp", qvAppBase::getStaticClassInfo());
 
 void qvSetMaterialDirectory(const std::string& directory) {
     // Whoever looks for a file on another thread may be reading the text that was set before.
-    static std::list<std::string> texts;
-    texts.push_back(directory);
-    materbaseDir = texts.back().data();
+    static auto* texts = new std::list<std::string>;
+    texts->push_back(directory);
+    materbaseDir = texts->back().data();
 }
 
 qvApp::qvApp(const char* name, const char* version, qvCommandObject& commands,
