@@ -117,18 +117,19 @@ class Hostile(unittest.TestCase):
             self.assertLessEqual(files, first[0] + 1)
             self.assertLess(memory - first[1], 2_000_000)
 
+
+class Alone(unittest.TestCase):
+    """What needs a server of its own."""
+
     def test_large_commands_and_answers_pass(self):
-        with qvclient.connect(self.server.port, timeout=60) as app:
+        with QvServe() as server, qvclient.connect(server.port, timeout=60) as app:
             app.addsubnode("projectTB", "P")
             app.subnodes[1].addsubnode("notesTB", "n")
             note = app.subnodes[1].subnodes[1]
             long = "0123456789\n" * 1_000_000
             note.text = long
             self.assertEqual(note.text, long)
-            app.closeall()
 
-
-class Once(unittest.TestCase):
     def test_a_taken_port_is_an_error(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
             with self.assertRaisesRegex(ChildProcessError, "port"):
