@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "qvutils/common/error/qverror.h"
@@ -189,6 +192,22 @@ TEST_F(Weights, commands_reach_the_parameters) {
     weight.getPublishedElt("setdefinition").ExecuteFn("POWER");
     EXPECT_EQ(error(), "the weighting function stays as it was\n");
     EXPECT_EQ(changes, 3);
+}
+
+TEST_F(Weights, several_threads_may_ask_at_once) {
+    weight.ParseString("FORMULA \"a*t**2\" a=3");
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 2000; ++i) {
+                const double t = thread + i * 0.25;
+                if (weight.WeightVal(t).y != 3 * t * t) ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(Weights, what_has_no_value_is_told_at_once_and_kept) {
