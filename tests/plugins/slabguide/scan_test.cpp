@@ -20,7 +20,7 @@ protected:
     }
     std::string contentOfFile(const std::string& name) { return contentOf(directory.file(name)); }
     std::string save(const char* command, const std::string& name, const char* what) {
-        return run(command, ("\"" + directory.file(name) + "\", " + what).c_str());
+        return run(command, (directory.file(name) + ", " + what).c_str());
     }
 };
 
