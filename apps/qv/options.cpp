@@ -90,7 +90,7 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
          return takeText(arguments, next, options.plugins);
      }},
-    {"--licence", " FILE", "what the licence FILE allows; else qv.licence beside qv",
+    {"--licence", " FILE", "keep to the licence FILE; qv.licence beside qv comes before it",
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
          return takeText(arguments, next, options.licence);
      }},

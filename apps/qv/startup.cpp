@@ -12,16 +12,14 @@ namespace {
 
 constexpr const char* none = "none";
 
-/// The file that the options or the environment name, or qv.licence beside the program when there
-/// is one; else empty.
+/// The installation's own file, qv.licence beside the program, which nothing overrides; where there
+/// is none, the file that the options or the environment name; else empty.
 std::string licencePath(const Options& options) {
+    const std::string beside = qvplatform::joinPath(qvPlugins::programDirectory(), "qv.licence");
+    if (qvplatform::fileSystem().status(beside).exists()) return beside;
     std::string path = options.licence;
     if (path.empty()) qvplatform::environmentVariable("QV_LICENCE", path);
-    if (!path.empty()) return path == none ? "" : path;
-    std::string beside = qvplatform::executablePath();
-    while (!beside.empty() && !qvplatform::isPathSeparator(beside.back())) beside.pop_back();
-    beside += "qv.licence";
-    return qvplatform::fileSystem().status(beside).exists() ? beside : "";
+    return path == none ? "" : path;
 }
 
 /// Null when qv may not run; the reason has been printed.

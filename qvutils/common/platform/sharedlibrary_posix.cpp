@@ -65,6 +65,9 @@ std::string readAll(int end) {
 
 /// What the end of the trial tells; empty when all was well.
 std::string verdict(int status, const std::string& thrown) {
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) {
+        return "an initialiser did not end within " + std::to_string(longestTrial) + " s";
+    }
     if (WIFSIGNALED(status)) {
         return std::string("an initialiser crashed: ") + strsignal(WTERMSIG(status));
     }

@@ -40,6 +40,14 @@ std::string textOf(const char* text) {
     return text ? text : "";
 }
 
+/// What may stand in a line of a project file.
+bool isPlain(const std::string& text) {
+    constexpr std::size_t longest = 100;
+    return text.size() <= longest && text.find("//") == text.npos &&
+           std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) >= ' ' && c != '\x7f'; });
+}
+
 bool isFunctionName(const std::string& name) {
     const auto isLetter = [](char c) {
         return c == '_' || std::isalpha(static_cast<unsigned char>(c));
@@ -171,6 +179,8 @@ bool qvPlugin::fits(const std::vector<const qvPlugin*>& before, std::string& err
     const std::string major = majorVersion(description_.coreVersion.c_str());
     if (name.empty()) {
         error = "it does not tell its name";
+    } else if (!isPlain(name) || !isPlain(description_.version)) {
+        error = "its name or version is too long or has characters that are not allowed";
     } else if (major.empty()) {
         error = "it does not tell what version of the library it was built against";
     } else if (major != majorVersion(qvCoreVersionTag)) {

@@ -34,7 +34,8 @@ struct QVCORE_API PluginInfo {
     const char* applicationName = "";
     const char* path = "";  ///< of the plug-in's file
 
-    // By the plug-in. The texts must last until it is unloaded.
+    // By the plug-in. The texts must last until it is unloaded. Name and version have up to 100
+    // characters, no control characters and no "//": they are written into project files.
     const char* name = "";
     const char* version = "";
     const char* author = "";

@@ -67,6 +67,7 @@ qvInitPlugin
     if (way == "old") info.coreVersion = "qvcore(38.4)";
     if (way == "ageless") info.coreVersion = "39";
     if (way == "twin") info.name = "probe";
+    if (way == "breaksline") info.version = "1\nend";
     if (way == "misnames") info.addFunction("2x", 0, faulty, nullptr);
     if (way == "typeless") info.addNodeType(qvProjectNodeInfo());
 }

@@ -14,6 +14,7 @@ endfunction()
 # Every plug-in that fails says so itself, leaves nothing behind, and does not disturb the others.
 set(all_failures)
 fails(ageless "it does not tell what version of the library it was built against")
+fails(breaksline "its name or version is too long or has characters that are not allowed")
 fails(initialiser "an initialiser failed[^\n]*")
 fails(misnames "wrong name or number of arguments of a function: \"2x\"")
 fails(nameless "it does not tell its name")
