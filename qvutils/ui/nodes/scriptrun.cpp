@@ -104,8 +104,8 @@ private:
         output_.show(process_);
         if (qvRunSignal::killRequested()) return false;
         if (process_.running()) return true;
-        // What it had sent before its end counts; what it has left running in the background, with
-        // the connection still open, does not.
+        // What it had sent before its end counts, as far as it still arrives; what it has left
+        // running in the background, with the connection still open, does not.
         const std::int64_t now = qvplatform::monotonicNanoseconds();
         if (endedAt_ == 0) endedAt_ = now;
         return server_.isConnected() && now - endedAt_ < lateNanoseconds;
