@@ -77,7 +77,7 @@ TEST_F(ScriptManagerTest, mistakes_are_told) {
         std::string text;
         std::string error;
     } cases[] = {
-        {"app.scripts.install(\"" + file + "\")", "script \"a.py\" is installed already\n"},
+        {"app.scripts.install(" + file + ")", "script \"a.py\" is installed already\n"},
         {"app.scripts.install(\"missing.py\")", "could not find script file \"missing.py\"\n"},
         {"app.scripts.up(\"b\")", "script \"b\" is not installed\n"},
         {"app.scripts.run(\"\")", "script \"\" is not installed\n"},
