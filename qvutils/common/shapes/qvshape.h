@@ -17,7 +17,7 @@
 class QVShape;
 
 /// A parameter of a shape, and what its values must be.
-struct QVDimension {
+struct QVCORE_API QVDimension {
     enum Need { finite, positive, vertexCount };
 
     std::variant<qvParameter<double>*, qvParameter<int>*> parameter;
