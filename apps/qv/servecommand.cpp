@@ -78,14 +78,7 @@ void configure(const ServeOptions& options, qvScriptServing& serving) {
     settings.stallTimeoutMs = static_cast<int>(options.stallSeconds * millisecondsPerSecond);
 }
 
-bool serve(const ServeOptions& options, qvScriptServing& serving) {
-    LogFile log;
-    if (!log.open(options.log)) return false;
-    configure(options, serving);
-    serving.setLog([&log](const std::string& line, bool isFailure) {
-        log.add(line);
-        if (isFailure) complain(line);
-    });
+bool listenAndServe(const ServeOptions& options, qvScriptServing& serving, LogFile& log) {
     const StopWatch watch;
     if (!serving.listen(options.port)) return complain(qverr().chars_and_reset());
     std::printf("port %d\n", serving.localport());
@@ -99,8 +92,20 @@ bool serve(const ServeOptions& options, qvScriptServing& serving) {
         idleInterval);
     serving.stop();
     log.add("stopped");
-    serving.setLog(nullptr);
     return true;
+}
+
+bool serve(const ServeOptions& options, qvScriptServing& serving) {
+    LogFile log;
+    if (!log.open(options.log)) return false;
+    configure(options, serving);
+    serving.setLog([&log](const std::string& line, bool isFailure) {
+        log.add(line);
+        if (isFailure) complain(line);
+    });
+    const bool well = listenAndServe(options, serving, log);
+    serving.setLog(nullptr);
+    return well;
 }
 
 }  // namespace
