@@ -44,6 +44,12 @@ run(${CMAKE_COMMAND} -G Ninja -S ${CMAKE_CURRENT_LIST_DIR} -B ${work}/build ${to
     -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${work}/build)
 expect_greeting(${work}/build/consumer${SUFFIX})
+if(TOOLCHAIN)
+    # It looks for its library beside itself.
+    file(GLOB libraries ${prefix}/bin/*.dll)
+    file(COPY ${libraries} DESTINATION ${work}/build)
+endif()
+expect_greeting(${work}/build/consumer_host${SUFFIX})
 
 # The plug-in that docs/plugins.md shows, in the qv that was installed.
 set(example ${source}/examples/plugin)
