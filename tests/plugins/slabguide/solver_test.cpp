@@ -219,6 +219,9 @@ TEST(SlabSolver, thick_layers_and_many_of_them_neither_overflow_nor_lose_modes) 
     EXPECT_NE(slab::solve(thick).error.find("more than the 1000"), std::string::npos);
     const auto deep = stackOf(both[1], 0.5, {{0, 1.4}, {1e6, 1.2}, {0.2, 2}, {1e6, 1.3}, {0, 1}});
     EXPECT_EQ(slab::solve(deep).modes.size(), 1u);
+    const auto lossy = stackOf(
+        both[1], 1.55, {{0, 1.444}, {1e9, {1.43, 1e-3}}, {0.5, 2}, {1e9, {1.4, 0.1}}, {0, 1}});
+    EXPECT_EQ(slab::solve(lossy).modes.size(), 1u);
     slab::Stack many = stackOf(both[0], 1.55, {{0, 1.444}});
     for (int i = 0; i < 4000; ++i)
         many.layers.push_back({0.0005, i % 2 ? 4. : 9., i % 2 ? 4. : 9., 0, 0});
