@@ -136,10 +136,10 @@ TEST_F(SettingsStoreTest, a_damaged_file_is_told_and_does_not_end_anything) {
     };
     for (const auto& one : cases) {
         directory.write("optics.conf", one.text);
-        run("app.settings.cpuPriority = 2");
+        run("app.settings.mainWidth = 2");
         EXPECT_THAT(output.takeWarnings(), HasSubstr(one.warning)) << one.text.substr(0, 50);
         output.takeNormal();
-        EXPECT_EQ(valueOf("cpuPriority"), one.written ? "2" : "3") << one.text.substr(0, 50);
+        EXPECT_EQ(valueOf("mainWidth"), one.written ? "2" : "1200") << one.text.substr(0, 50);
         if (!one.written) {
             EXPECT_EQ(contentOf(path), one.text);
         }
