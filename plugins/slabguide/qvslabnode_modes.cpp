@@ -166,7 +166,8 @@ double qvSlabNode::Confinement(int mode, int layer) {
 
 slab::Complex qvSlabNode::Field(int mode, double x) {
     const slab::Mode* found = modeAt(mode);
-    if (found && !std::isfinite(x)) qverr().setf("there is no field at %g um\n", x);
+    if (found && !std::isfinite(x))
+        qverr().setf("%s: there is no field at %g um\n", getName().Chars(), x);
     return found && !qverr() ? found->field(x) : 0;
 }
 

@@ -1,6 +1,7 @@
 #include "plugins/slabguide/slabcomplex.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -96,8 +97,10 @@ private:
             error_ = "the search for modes takes too long: the layers are too thick, or too many";
             return;
         }
-        const Complex n = std::sqrt(box.centre());
-        error_ = std::string(what) + " an effective index of " + std::to_string(n.real());
+        char digits[32];
+        const double n = std::sqrt(box.centre()).real();
+        const char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+        error_ = std::string(what) + " an effective index of " + std::string(digits, end);
     }
 
     /// The layers whose roots have no cut in the box.
