@@ -147,6 +147,11 @@ bool SettingsFile::commit(wxConfigBase& config) {
     bool done = static_cast<wxFileConfig&>(config).Save(stream, wxConvUTF8);
     std::string text(stream.GetSize(), '\0');
     stream.CopyTo(text.data(), text.size());
+    // It could not be read again.
+    if (text.size() > mostBytes) {
+        wlwrite(("the settings could not be kept: too large for \"" + path_ + "\"\n").c_str());
+        return false;
+    }
     qvplatform::SafeFile file;
     done = done && (!damaged_ || keepDamaged()) && file.open(path_) && file.write(text) &&
            file.commit();

@@ -156,6 +156,9 @@ TEST_F(SettingsStoreTest, what_cannot_be_written_is_told_and_left_as_it_was) {
     run("app.settings.mainX = 6");
     EXPECT_THAT(output.takeWarnings(), HasSubstr("could not"));
     place.file = path;
+    run("app.settings.materialDir = " + std::string(300'000, 'x'));
+    EXPECT_THAT(output.takeWarnings(), HasSubstr("too large"));
+    EXPECT_EQ(valueOf("mainX"), "5");
     FailingFiles files;
     run("app.settings.mainX = 6");
     const int total = files.operations();
