@@ -99,7 +99,7 @@ private:
         }
         char digits[32];
         const double n = std::sqrt(box.centre()).real();
-        const char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+        char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
         error_ = std::string(what) + " an effective index of " + std::string(digits, end);
     }
 
