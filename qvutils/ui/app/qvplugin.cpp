@@ -132,7 +132,10 @@ qvPlugin::Outcome qvPlugin::load(const qvPluginHost& host,
                                  const std::vector<const qvPlugin*>& before, std::string& error) {
     const OwnedRegistrations owned(path_);
     const Known known;
+    const int registrations = qvProjectNodeInfoClass::TheInfoList().size();
     const bool opened = library_.open(path_, error);
+    // Some systems drop a library that fails half-way without destroying what it has made.
+    if (!opened) qvProjectNodeInfoClass::Forget(registrations);
     void* const entry = findEntry(library_);
     const bool entered = entry && enter(entry, host, before, error);
     known.noteNew(*this);

@@ -188,6 +188,11 @@ void qvProjectNodeInfoClass::Withdraw(const std::string& owner) {
     }
 }
 
+void qvProjectNodeInfoClass::Forget(int count) {
+    List<qvProjectNodeInfoClass*>& all = TheInfoList();
+    while (all.size() > count) all.erase(all.size());
+}
+
 List<qvProjectNodeInfoClass*>& qvProjectNodeInfoClass::TheInfoList() {
     // Never destroyed: registrations in plug-ins may outlive everything else that is static.
     static auto* list = new List<qvProjectNodeInfoClass*>;

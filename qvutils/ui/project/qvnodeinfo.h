@@ -93,6 +93,9 @@ public:
     /// registered again, for a library may stay in memory after it was unloaded.
     static bool Register(const std::string& owner, const std::string& plugin);
     static void Withdraw(const std::string& owner);
+    /// Strikes all but the first `count` objects off the list without touching them: the library
+    /// that they were in is gone, and they with it.
+    static void Forget(int count);
 
     const qvProjectNodeInfo& record() const { return record_; }
 
