@@ -12,6 +12,13 @@ namespace {
 constexpr std::string_view blanks = " \t\r\n\v\f";
 constexpr const char* rangeFormat = "RANGE start end";
 
+QVString oneLine(std::string_view text) {
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line.c_str();
+}
+
 /// Each reading function consumes what its production says; false after a SyntaxErr.
 class Reader {
 public:
@@ -111,10 +118,7 @@ bool Reader::readText(WeightComponent& function) {
         take(text.size());
     }
     if (text.find_first_not_of(blanks) == text.npos) return fail(function.kind->format);
-    std::string oneLine(text);
-    std::replace_if(
-        oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-    function.text = oneLine.c_str();
+    function.text = oneLine(text);
     return true;
 }
 
@@ -140,7 +144,7 @@ std::string_view Reader::takeQuoted() {
 /// value: number | '"' formula '"'
 bool Reader::takeValue(qvParameter<double>& value) {
     if (isQuoted()) {
-        const QVString text(takeQuoted());
+        const QVString text = oneLine(takeQuoted());
         return value.SetValueOrExpression(space_, text);
     }
     const std::string_view number = word();

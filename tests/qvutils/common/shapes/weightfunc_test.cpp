@@ -98,6 +98,10 @@ TEST_F(Weights, a_definition_is_written_as_it_was_read) {
         EXPECT_EQ(weight.getDefString(), text.c_str());
         EXPECT_TRUE(WeightFunc(weight) == weight);
     }
+    weight.ParseString("POWER \"2e-\r\" RANGE 0 1");  // reads back as the same
+    const std::string text = weight.getDefString().Chars();
+    weight.ParseString(text);
+    EXPECT_EQ(weight.getDefString(), text.c_str());
     weight.ParseString(" ANGLE   SFUNC  X  FILE \"a.dat\" RANGE 0.0 +2");
     EXPECT_EQ(weight.getDefString(), "X FILE a.dat SFUNC 2 RANGE 0 2");
 }
