@@ -106,7 +106,12 @@ qvSettingsStore::~qvSettingsStore() = default;
 
 bool qvSettingsStore::readConfig(const std::function<void(wxConfigBase&)>& use) const {
     if (!impl_) return false;
-    const std::unique_ptr<wxConfigBase> config = impl_->source->open();
+    SettingsSource& source = *impl_->source;
+    // A system may refuse to replace a file that is being read: the writers are kept waiting.
+    qvplatform::FileLock turn;
+    if (qvplatform::fileSystem().status(source.place()).isFile())
+        turn.acquire(source.lockFile(), longestWait);
+    const std::unique_ptr<wxConfigBase> config = source.open();
     if (!config) return false;
     const ToolkitMessages unshown;
     config->SetExpandEnvVars(false);

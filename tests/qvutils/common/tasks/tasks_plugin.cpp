@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/platform/pluginexport.h"
 #include "qvutils/common/tasks/qvtask.h"
 
 namespace {
@@ -16,13 +17,13 @@ public:
 
 extern "C" {
 
-__attribute__((visibility("default"))) int runALoopAlone() {
+QV_PLUGIN_EXPORT int runALoopAlone() {
     Count count;
     qvTask::SpawnLoopSync(&count, 1, 1000, 1, qverr());
     return count.sum;
 }
 
-__attribute__((visibility("default"))) int runALoop() {
+QV_PLUGIN_EXPORT int runALoop() {
     qvTask::StartWorkerThreads(3);
     return runALoopAlone();
 }
