@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace qvplatform {
@@ -51,9 +52,10 @@ bool isEnd(const MIB_TCP6ROW_OWNER_PID& row, const SystemAddress& end, const Sys
            static_cast<USHORT>(row.dwRemotePort) == remote.sin6_port;
 }
 
-/// The process that has the end; 0 when nobody is known to have it.
+/// The process that has the end, 0 while the system has not said which; nothing when no open
+/// connection has this end.
 template <class Table>
-DWORD processOf(const std::vector<char>& bytes, const SystemAddress& end,
+std::optional<DWORD> processOf(const std::vector<char>& bytes, const SystemAddress& end,
                 const SystemAddress& other) {
     const auto& table = *reinterpret_cast<const Table*>(bytes.data());
     for (DWORD i = 0; i < table.dwNumEntries; ++i) {
@@ -63,7 +65,7 @@ DWORD processOf(const std::vector<char>& bytes, const SystemAddress& end,
             row.dwState == MIB_TCP_STATE_FIN_WAIT2 || row.dwState == MIB_TCP_STATE_CLOSE_WAIT;
         if (isOpen && isEnd(row, end, other)) return row.dwOwningPid;
     }
-    return 0;
+    return std::nullopt;
 }
 
 /// The user of a process as TOKEN_USER; empty when this process may not ask.
@@ -84,16 +86,29 @@ PSID sidOf(std::vector<char>& user) {
     return reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid;
 }
 
+/// Like processOf, in a table read anew; `known` is false when there is none.
+std::optional<DWORD> lookUpProcess(const SystemAddress& end, const SystemAddress& other,
+                                   bool& known) {
+    const std::vector<char> table = connections(static_cast<ULONG>(end.family()));
+    known = !table.empty();
+    if (!known) return std::nullopt;
+    return end.family() == AF_INET ? processOf<MIB_TCPTABLE_OWNER_PID>(table, end, other)
+                                   : processOf<MIB_TCP6TABLE_OWNER_PID>(table, end, other);
+}
+
 }  // namespace
 
 SocketOwner ownerOfEnd(const SystemAddress& end, const SystemAddress& other) {
-    const bool isV4 = end.family() == AF_INET;
-    const std::vector<char> table = connections(static_cast<ULONG>(end.family()));
-    if (table.empty()) return SocketOwner::cannotTell;
-    const DWORD id = isV4 ? processOf<MIB_TCPTABLE_OWNER_PID>(table, end, other)
-                          : processOf<MIB_TCP6TABLE_OWNER_PID>(table, end, other);
-    if (id == 0) return SocketOwner::unknown;
-    const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
+    bool known = false;
+    std::optional<DWORD> id = lookUpProcess(end, other, known);
+    // The process may be named only a moment after the connection stands.
+    for (int attempt = 0; id == 0u && attempt < 20; ++attempt) {
+        Sleep(10);
+        id = lookUpProcess(end, other, known);
+    }
+    if (!known) return SocketOwner::cannotTell;
+    if (id.value_or(0) == 0) return SocketOwner::unknown;
+    const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, *id));
     // What belongs to others may not be asked about.
     if (!process) return SocketOwner::otherUser;
     std::vector<char> theirs = userOf(process.get());
