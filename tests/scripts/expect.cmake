@@ -10,8 +10,6 @@ function(expect)
                     RESULT_VARIABLE status)
     string(REPLACE "\r\n" "\n" out "${out}")
     string(REPLACE "\r\n" "\n" err "${err}")
-    # The emulator's own, on a busy machine.
-    string(REGEX REPLACE "wine client error:[^\n]*\n" "" err "${err}")
     if(NOT status STREQUAL arg_STATUS OR NOT out MATCHES "^${arg_OUT}$"
        OR NOT err MATCHES "^${arg_ERR}$")
         message(SEND_ERROR "qv ${arg_ARGS}\nstatus ${status}, wanted ${arg_STATUS}\n"
