@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "qvutils/common/error/qverror.h"
-#include "qvutils/ui/app/qvlicencefile.h"
+#include "qvutils/ui/plugins/qvlicencefile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     qvLicenceFile licence;

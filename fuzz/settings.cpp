@@ -7,8 +7,8 @@
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
-#include "qvutils/ui/app/qvsettings.h"
-#include "qvutils/ui/app/qvsettingsstore.h"
+#include "qvutils/ui/settings/qvsettings.h"
+#include "qvutils/ui/settings/qvsettingsstore.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const std::string path =

@@ -8,8 +8,8 @@
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/tasks/runsignal.h"
-#include "qvutils/ui/app/qvcommandfile.h"
 #include "qvutils/ui/project/qvprojman.h"
+#include "qvutils/ui/scripting/qvcommandfile.h"
 
 namespace {
 

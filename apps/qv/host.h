@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "apps/qv/options.h"
-#include "qvutils/ui/app/qvcommandobject.h"
-#include "qvutils/ui/app/qvsettingstable.h"
+#include "qvutils/ui/scripting/qvcommandobject.h"
+#include "qvutils/ui/settings/qvsettingstable.h"
 
 /// Runs commands for qv: results go to standard output, errors to standard error with the place
 /// they come from.

@@ -5,9 +5,9 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/variables/qvnamespace.h"
-#include "qvutils/ui/app/qvcommandobject.h"
 #include "qvutils/ui/nodes/qvvariablesnode.h"
 #include "qvutils/ui/project/qvprojman.h"
+#include "qvutils/ui/scripting/qvcommandobject.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/common/platform/process.h"
-#include "qvutils/ui/app/qvlicencefile.h"
+#include "qvutils/ui/plugins/qvlicencefile.h"
 
 namespace {
 

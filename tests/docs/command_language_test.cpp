@@ -10,7 +10,7 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/app/qvapp.h"
-#include "qvutils/ui/app/qvcommandobject.h"
+#include "qvutils/ui/scripting/qvcommandobject.h"
 #include "tests/support/captured_output.h"
 #include "tests/support/temp_directory.h"
 

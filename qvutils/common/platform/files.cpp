@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "qvutils/common/platform/process.h"
+
 namespace qvplatform {
 
 namespace fs = std::filesystem;
@@ -84,6 +86,16 @@ bool FileSystem::listDirectory(const std::string& path, std::vector<std::string>
 std::string joinPath(const std::string& directory, const std::string& name) {
     if (directory.empty() || isPathSeparator(directory.back())) return directory + name;
     return directory + pathSeparator() + name;
+}
+
+std::string fullPath(const std::string& path) {
+    const bool hasDrive = path.size() > 1 && path[1] == ':' && isPathSeparator('\\');
+    if (path.empty() || isPathSeparator(path[0]) || hasDrive) return path;
+    return joinPath(currentDirectory(), path);
+}
+
+std::string fileNameOf(const std::string& path) {
+    return path.substr(path.find_last_of("/\\") + 1);
 }
 
 bool makeDirectories(const std::string& path) {

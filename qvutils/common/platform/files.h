@@ -101,6 +101,11 @@ QVCORE_API bool isPathSeparator(char c);
 /// `directory` and `name` with one separator between; an empty directory gives the name alone.
 QVCORE_API std::string joinPath(const std::string& directory, const std::string& name);
 
+/// The file's path from the root; a relative one is taken in the working directory.
+QVCORE_API std::string fullPath(const std::string& path);
+/// What follows the last separator, "/" or "\" on every system.
+QVCORE_API std::string fileNameOf(const std::string& path);
+
 /// Makes a directory, private to the user, and those above it that are missing. False, with the
 /// cause in `errno`, when that fails.
 QVCORE_API bool makeDirectories(const std::string& path);

@@ -2,10 +2,10 @@
 #include <string>
 
 #include "qvutils/ui/app/qvappBase.h"
-#include "qvutils/ui/app/qvcommandlog.h"
-#include "qvutils/ui/app/qvrecentfiles.h"
-#include "qvutils/ui/app/qvsettings.h"
-#include "qvutils/ui/app/qvsettingsstore.h"
+#include "qvutils/ui/scripting/qvcommandlog.h"
+#include "qvutils/ui/settings/qvrecentfiles.h"
+#include "qvutils/ui/settings/qvsettings.h"
+#include "qvutils/ui/settings/qvsettingsstore.h"
 
 /// An application with settings: they are read when it begins, have their effect, and what was
 /// changed is written back when it ends. There is one at a time.

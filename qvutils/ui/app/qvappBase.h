@@ -4,13 +4,13 @@
 #include "qvutils/common/materialobject/materialobject.h"
 #include "qvutils/common/object/qvobject.h"
 #include "qvutils/common/platform/qvexport.h"
-#include "qvutils/ui/app/qvcommandobject.h"
-#include "qvutils/ui/app/qvlicence.h"
-#include "qvutils/ui/app/qvplugininfo.h"
-#include "qvutils/ui/app/qvplugins.h"
-#include "qvutils/ui/app/qvscriptman.h"
-#include "qvutils/ui/app/qvscriptserving.h"
+#include "qvutils/ui/plugins/qvlicence.h"
+#include "qvutils/ui/plugins/qvplugininfo.h"
+#include "qvutils/ui/plugins/qvplugins.h"
 #include "qvutils/ui/project/qvappservices.h"
+#include "qvutils/ui/scripting/qvcommandobject.h"
+#include "qvutils/ui/scripting/qvscriptman.h"
+#include "qvutils/ui/scripting/qvscriptserving.h"
 
 /// The application object: the root of the command language, called "app". It publishes what the
 /// project manager publishes and the application's own commands, and it is what the project tree

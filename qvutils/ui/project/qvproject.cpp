@@ -3,7 +3,6 @@
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
-#include "qvutils/ui/project/filenames.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 const qvClassInfo qvProject::cinfo_qvProject("qvProject", qvProjectNode::getStaticClassInfo(),
@@ -20,7 +19,7 @@ void registerProjectNode() {
 }
 
 bool qvProject::CanEnSave() {
-    return !filename_.Empty() && !fileNameOf(filename_.Chars()).empty();
+    return !filename_.Empty() && !qvplatform::fileNameOf(filename_.Chars()).empty();
 }
 
 bool qvProject::ReadTB(TextBlock& block) {
@@ -58,7 +57,7 @@ QVString qvProject::getWildcard() const {
 }
 
 void qvProject::setFilename(const char* filename) {
-    filename_ = fullPath(filename).c_str();
+    filename_ = qvplatform::fullPath(filename).c_str();
 }
 
 void qvProject::SetParam(QVCommandElt& element, const char* value, const char* name) {

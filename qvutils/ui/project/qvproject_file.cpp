@@ -6,7 +6,6 @@
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
 #include "qvutils/ui/project/busy.h"
-#include "qvutils/ui/project/filenames.h"
 #include "qvutils/ui/project/loadresult.h"
 #include "qvutils/ui/project/qvproject.h"
 #include "qvutils/ui/project/qvprojman.h"
@@ -58,7 +57,7 @@ bool qvProject::LoadFromFile(const char* filename) {
     qvProjectFile file = std::exchange(file_, {});
     const bool read = file.block.Loaded() || file.load(filename);
     if (!read && qverr()) return false;
-    const std::string name = fileNameOf(filename);
+    const std::string name = qvplatform::fileNameOf(filename);
     setFilename(filename);
     qvResetSyntaxErrCount();
     qvNeededPlugins needed = std::exchange(needed_, {});
@@ -89,7 +88,7 @@ void qvProject::loadState() {
     const QVString path = getCacheFileName(filename_);
     FILE* file = qvplatform::fileSystem().open(path.Chars(), "r");
     if (!file) return;
-    lwrite(("loading statefile " + fileNameOf(path.Chars()) + " ...\n").c_str());
+    lwrite(("loading statefile " + qvplatform::fileNameOf(path.Chars()) + " ...\n").c_str());
     StateFileRecords records;
     records.scan(file);
     if (ExtractSFiles(file) && holdsUnknownNodes(*this)) strays_.Collect(records);
@@ -99,9 +98,9 @@ void qvProject::loadState() {
 bool qvProject::SaveToFile(const char* filename) {
     if (qverr()) return false;
     const qvBusy busy;
-    const std::string path = fullPath(filename);
+    const std::string path = qvplatform::fullPath(filename);
     if (!writeFiles(path)) return false;
-    lwrite((fileNameOf(path) + " saved\n").c_str());
+    lwrite((qvplatform::fileNameOf(path) + " saved\n").c_str());
     setFilename(path.c_str());
     if (IsRootProject()) dirty_ = false;
     getProjectManager().services().projectFileUsed(path);

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/platform/files.h"
 #include "qvutils/ui/project/busy.h"
-#include "qvutils/ui/project/filenames.h"
 #include "qvutils/ui/project/loadresult.h"
 
 namespace {
@@ -60,7 +60,7 @@ qvProjectNode* qvProjectManager::OnFindParentForNode(qvProjectNode*) {
 }
 
 qvProjectNode* qvProjectManager::FindNodeByFilename(qvProjectNode* node, const char* filename) {
-    const std::string path = fullPath(filename);
+    const std::string path = qvplatform::fullPath(filename);
     for (qvProjectNode* child : node->getNodes()) {
         if (isProject(*child) && static_cast<qvProject*>(child)->getFilename() == path.c_str()) {
             return child;

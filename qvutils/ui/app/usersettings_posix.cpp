@@ -1,8 +1,0 @@
-#include "qvutils/common/platform/files.h"
-#include "qvutils/common/platform/process.h"
-#include "qvutils/ui/app/settingssource.h"
-
-std::unique_ptr<SettingsSource> userSettings(const std::string& application) {
-    return settingsFile(
-        qvplatform::joinPath(qvplatform::configDirectory(""), application + ".conf"));
-}

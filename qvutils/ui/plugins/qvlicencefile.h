@@ -1,0 +1,46 @@
+#pragma once
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qvutils/ui/plugins/qvlicence.h"
+
+/// A licence screen from a text file; docs/licence.md describes it.
+///     file = { [ number | rule ] [ "#" comment ] }, a line each
+///     number = "licence" word
+///     rule = ( "allow" | "deny" ) ( "installation" | pattern ) [ reason ]
+/// The first rule that fits counts; where none does, the answer is yes. Until a file is loaded, and
+/// after one that could not be, everything is refused.
+class QVCORE_API qvLicenceFile : public qvLicence {
+public:
+    static constexpr std::size_t maxSize = 1 << 20;  ///< bytes of the file
+    static constexpr std::size_t maxNumber = 64;     ///< characters of the licence number
+    static constexpr std::size_t maxReason = 500;
+
+    /// False with an error that names the file and the line.
+    bool load(const std::string& path);
+    bool parse(const std::string& path, std::string_view text);
+
+    std::string number() const override { return number_; }
+    bool allowsInstallation(std::string& reason) const override;
+    bool allowsPlugin(const std::string& file, std::string& reason) const override;
+
+private:
+    struct Rule {
+        bool allows;
+        bool installation;
+        std::string pattern;
+        std::string reason;
+    };
+
+    bool parseLine(std::string_view line, std::string& problem);
+    bool parseRule(const std::string& subject, bool quoted, bool allows, std::string_view rest,
+                   std::string& problem);
+    static bool answer(const Rule& rule, std::string& reason);
+    bool refuse(const std::string& why);
+
+    std::string number_ = "0";
+    std::vector<Rule> rules_;
+    /// Why everything is refused; empty when it is not.
+    std::string unusable_ = "no licence file is loaded";
+};
