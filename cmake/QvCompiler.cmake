@@ -21,10 +21,10 @@ target_compile_options(qv_compile INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtu
                                             "$<$<CXX_COMPILER_ID:GNU>:-Wshadow=local;-Wno-restrict>"
                                             $<$<CXX_COMPILER_ID:Clang>:-Wno-unused-function>)
 target_link_libraries(qv_compile INTERFACE Threads::Threads)
-target_compile_definitions(qv_compile INTERFACE $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
 if(WIN32)
     target_compile_definitions(qv_compile INTERFACE _WIN32_WINNT=0x0A00 UNICODE _UNICODE
-                                                    __USE_MINGW_ANSI_STDIO=1)
+                                                    __USE_MINGW_ANSI_STDIO=1
+                                                    $<$<BOOL:${BUILD_SHARED_LIBS}>:QVCORE_SHARED>)
     target_link_options(qv_compile INTERFACE -static)
 endif()
 if(QV_SANITIZE)
@@ -36,12 +36,16 @@ if(QV_BUILD_FUZZ)
     target_compile_options(qv_compile INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# Boost is used header-only. The headers are reached through a folder that holds nothing else, so
-# that a cross build never sees the rest of the system's include directory.
+# Boost is used header-only. A cross build reaches the headers through a folder that holds nothing
+# else, so that it never sees the rest of the system's include directory.
 find_path(QV_BOOST_ROOT boost/regex.hpp PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
-file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/headers)
-if(NOT EXISTS ${PROJECT_BINARY_DIR}/headers/boost)
-    file(CREATE_LINK ${QV_BOOST_ROOT}/boost ${PROJECT_BINARY_DIR}/headers/boost SYMBOLIC)
-endif()
 add_library(qv_boost_headers INTERFACE)
-target_include_directories(qv_boost_headers SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/headers)
+if(CMAKE_CROSSCOMPILING)
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/headers)
+    if(NOT EXISTS ${PROJECT_BINARY_DIR}/headers/boost)
+        file(CREATE_LINK ${QV_BOOST_ROOT}/boost ${PROJECT_BINARY_DIR}/headers/boost SYMBOLIC)
+    endif()
+    target_include_directories(qv_boost_headers SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/headers)
+else()
+    target_include_directories(qv_boost_headers SYSTEM INTERFACE ${QV_BOOST_ROOT})
+endif()
