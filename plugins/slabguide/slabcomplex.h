@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "plugins/slabguide/slabeffort.h"
 #include "plugins/slabguide/slabstack.h"
 
 namespace slab {
@@ -16,8 +17,11 @@ namespace slab {
 /// Comput. Phys. Commun. 29, 245 (1983); E. Anemogiannis and E. N. Glytsis, J. Lightwave Technol.
 /// 10, 1344 (1992)). Zeros are found by Newton's method with those found before divided out, from
 /// the modes of the guide without loss first; where some are lacking the region is divided until
-/// every zero is found. A failure is told in `error`.
+/// every zero is found. Counts that contradict each other are made again with smaller steps.
+///
+/// A failure, and a search that takes too long, are told in `error`; a search that was stopped is
+/// not, and its result means nothing.
 std::vector<Complex> complexModes(const Media<Complex>& media, Polarisation polarisation,
-                                  std::string& error);
+                                  Effort& effort, std::string& error);
 
 }  // namespace slab

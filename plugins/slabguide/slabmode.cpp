@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <utility>
 
 #include "plugins/slabguide/slabcomplex.h"
 #include "plugins/slabguide/slablayer.h"
@@ -242,24 +243,36 @@ Complex Mode::complexField(double x) const {
     return s.t == 0 ? s.psi * std::exp(-s.q * u) : s.at(std::min(u, s.t));
 }
 
-Solution solve(const Stack& stack) {
+namespace {
+
+std::vector<Complex> squaresOf(const Stack& stack, Effort& effort, std::string& error) {
+    const Media<Complex> media = mediaOf(stack);
+    if (!isLossless(media)) return complexModes(media, stack.polarisation, effort, error);
+    const std::vector<double> modes = losslessModes(realPart(media), effort, error);
+    return {modes.begin(), modes.end()};
+}
+
+}  // namespace
+
+Solution solve(const Stack& stack, std::function<bool()> stop) {
     Solution solution;
     solution.error = stack.flaw();
     if (!solution.error.empty()) return solution;
-    const Media<Complex> media = mediaOf(stack);
-    std::vector<Complex> squares;
-    if (isLossless(media)) {
-        const std::vector<double> modes = losslessModes(realPart(media), solution.error);
-        squares.assign(modes.begin(), modes.end());
-    } else {
-        squares = complexModes(media, stack.polarisation, solution.error);
+    Effort effort(std::move(stop));
+    const std::vector<Complex> squares = squaresOf(stack, effort, solution.error);
+    if (squares.size() * stack.layers.size() > maxFields) {
+        solution.error = "there are " + std::to_string(squares.size()) + " guided modes in " +
+                         std::to_string(stack.layers.size()) + " layers, more than can be kept";
+        return solution;
     }
     int rank = 0;
-    for (std::size_t i = 0; i < squares.size(); ++i) {
+    for (std::size_t i = 0; i < squares.size() && !effort.isStopped(); ++i) {
         const Complex& w = squares[i];
         rank = i > 0 && std::abs(w - squares[i - 1]) < 1e-13 * std::abs(w) ? rank + 1 : 0;
+        effort.spend(5 * stack.layers.size());
         solution.modes.emplace_back(stack, w, rank);
     }
+    if (effort.isStopped()) return {{}, "", true};
     return solution;
 }
 

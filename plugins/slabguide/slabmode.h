@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -69,9 +70,10 @@ private:
 struct Solution {
     std::vector<Mode> modes;  ///< the largest Re N first
     std::string error;        ///< why there are none; empty when there are none to be found
+    bool stopped = false;     ///< there are none because the search was stopped
 };
 
-/// Finds all guided modes of a stack.
-Solution solve(const Stack& stack);
+/// Finds all guided modes of a stack. `stop` is asked every few milliseconds whether to give up.
+Solution solve(const Stack& stack, std::function<bool()> stop = {});
 
 }  // namespace slab

@@ -66,14 +66,17 @@ Trial tryAt(const Media<double>& media, double w) {
 /// Encloses the modes, which count from 0 downwards in w.
 class Enclosures {
 public:
-    Enclosures(const Media<double>& media, double below, double above, std::int64_t count)
+    Enclosures(const Media<double>& media, double below, double above, std::int64_t count,
+               Effort& effort)
         : media_(media),
+          effort_(effort),
           bounds_(static_cast<std::size_t>(count), Interval{below, above, count, 0}) {}
 
     double find(std::size_t mode) {
         const Interval& b = bounds_[mode];
         const auto number = static_cast<std::int64_t>(mode);
-        while (!isClosed(b) && (b.modesAboveLow != number + 1 || b.modesAboveHigh != number))
+        while (!effort_.isStopped() && !isClosed(b) &&
+               (b.modesAboveLow != number + 1 || b.modesAboveHigh != number))
             look(middle(b));
         return isClosed(b) ? middle(b) : polish(b);
     }
@@ -90,6 +93,7 @@ private:
     }
 
     Trial look(double w) {
+        effort_.spend(media_.size());
         const Trial trial = tryAt(media_, w);
         const auto split = static_cast<std::size_t>(
             std::min(trial.modesAbove, static_cast<std::int64_t>(bounds_.size())));
@@ -108,7 +112,7 @@ private:
     double polish(const Interval& b) {
         constexpr int most = 200;
         double w = middle(b);
-        for (int i = 1; i <= most && !isClosed(b); ++i) {
+        for (int i = 1; i <= most && !isClosed(b) && !effort_.isStopped(); ++i) {
             const Trial trial = look(w);
             const double step = trial.value / trial.slope;
             const double next = w - step;
@@ -120,6 +124,7 @@ private:
     }
 
     const Media<double>& media_;
+    Effort& effort_;
     std::vector<Interval> bounds_;
 };
 
@@ -143,7 +148,7 @@ double guidedAbove(const Media<double>& media) {
     return std::max({media.front().eps, media.back().eps, 0.});
 }
 
-std::vector<double> losslessModes(const Media<double>& media, std::string& error) {
+std::vector<double> losslessModes(const Media<double>& media, Effort& effort, std::string& error) {
     const double below = guidedAbove(media);
     double above = below;
     for (const Medium<double>& m : media) above = std::max(above, m.eps);
@@ -154,9 +159,9 @@ std::vector<double> losslessModes(const Media<double>& media, std::string& error
                 std::to_string(maxModes) + " that can be solved for";
         return {};
     }
-    Enclosures enclosures(media, below, above, count);
+    Enclosures enclosures(media, below, above, count, effort);
     std::vector<double> modes;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count) && !effort.isStopped(); ++i)
         modes.push_back(enclosures.find(i));
     return modes;
 }

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "plugins/slabguide/slabeffort.h"
 #include "plugins/slabguide/slabstack.h"
 
 namespace slab {
@@ -22,7 +23,8 @@ double guidedAbove(const Media<double>& media);
 /// number for a trial w is that of the modes above it (Sturm's oscillation theorem, see e.g.
 /// E. A. Coddington and N. Levinson, Theory of Ordinary Differential Equations, ch. 8, 1955). Each
 /// mode is enclosed in an interval by these counts and found there by Newton's method. With more
-/// than maxModes modes the result is empty and `error` says so.
-std::vector<double> losslessModes(const Media<double>& media, std::string& error);
+/// than maxModes modes the result is empty and `error` says so. A search that was stopped has found
+/// only some.
+std::vector<double> losslessModes(const Media<double>& media, Effort& effort, std::string& error);
 
 }  // namespace slab

@@ -44,6 +44,7 @@ struct Stack {
 /// What a search is limited to.
 inline constexpr int maxLayers = 10000;
 inline constexpr int maxModes = 1000;
+inline constexpr std::size_t maxFields = 1'000'000;  ///< modes times layers
 
 /// The waveguide in units of 1/k0. In each layer psi (Ey of TE, Hy of TM) and phi obey
 ///     psi' = p phi,   phi' = q^2 / p psi,   q^2 = s (w - eps),   w = N^2

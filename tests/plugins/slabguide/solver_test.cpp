@@ -88,8 +88,9 @@ TEST(SlabSolver, counting_by_nodes_and_by_argument_agree) {
         }
         const auto media = slab::mediaOf(stack);
         std::string error;
-        const auto byNodes = slab::losslessModes(slab::realPart(media), error);
-        const auto byArgument = slab::complexModes(media, stack.polarisation, error);
+        slab::Effort effort;
+        const auto byNodes = slab::losslessModes(slab::realPart(media), effort, error);
+        const auto byArgument = slab::complexModes(media, stack.polarisation, effort, error);
         ASSERT_EQ(error, "");
         ASSERT_EQ(byNodes.size(), byArgument.size()) << round;
         for (std::size_t i = 0; i < byNodes.size(); ++i) {
@@ -124,6 +125,25 @@ TEST(SlabSolver, lossy_gainy_and_metallic_modes_solve_the_equation) {
             EXPECT_LT(distanceFromMode(stack, mode.neff()), 2e-14 * std::abs(mode.neff()));
     }
     EXPECT_LT(slab::solve(stacks[0]).modes[0].loss(), -190);
+}
+
+/// A film of 2 nm between metals has surface waves with |w| of 60,000: the search that goes so far
+/// must not step over those near the permittivities.
+TEST(SlabSolver, strongly_bound_plasmons_do_not_hide_the_others) {
+    const Complex eps[] = {{-2.14, 0.49}, {-0.615, 1.074}, {-19.95, 0.108}, {-3.075, 1.586},
+                           {3.416, 0},    {-3.48, 0.2},    {1.959, 0},      {-6.2, 0.296},
+                           {-23.4, 1.65}};
+    const double thickness[] = {0, 0.1444, 0.02394, 0.08398, 0.001852, 0.1567, 0.3716, 0.122, 0};
+    Stack stack;
+    stack.wavelength = 1;
+    stack.polarisation = Polarisation::TM;
+    for (int i = 0; i < 9; ++i) stack.layers.push_back({thickness[i], eps[i], eps[i], 0, 0});
+    const slab::Solution solution = slab::solve(stack);
+    ASSERT_EQ(solution.modes.size(), 4u) << solution.error;
+    EXPECT_GT(solution.modes[0].neff().real(), 200);
+    EXPECT_LT(std::abs(solution.modes[2].neff() - Complex(2.117, 0.076)), 0.01);
+    for (const slab::Mode& mode : solution.modes)
+        EXPECT_LT(distanceFromMode(stack, mode.neff()), 1e-12 * std::abs(mode.neff()));
 }
 
 /// A mode that hardly loses power loses, by perturbation theory, what its layers take.
