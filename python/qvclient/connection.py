@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from types import TracebackType
-from typing import Optional, Type
+from typing import Optional, Type, Union
 
 from .errors import QvConnectionError
 from .proxy import Place, QvObject
@@ -66,15 +66,17 @@ def connect(
     the application runs; else it is 5101. `timeout`, in seconds, holds for connecting and for each
     answer; without one an answer may take as long as it likes.
     """
-    session = Session(host, usual_port() if port is None else port, timeout)
+    if port is None:
+        number = _port_number(os.environ.get(PORT_VARIABLE) or DEFAULT_PORT, PORT_VARIABLE)
+    else:
+        number = _port_number(port, "this")
+    session = Session(host, number, timeout)
     session.open()
     return App(Place(session, "app"))
 
 
-def usual_port() -> int:
-    text = os.environ.get(PORT_VARIABLE, "")
-    if not text:
-        return DEFAULT_PORT
+def _port_number(port: Union[int, str], name: str) -> int:
+    text = str(port)
     if not (text.isascii() and text.isdigit() and 0 < int(text) < 65536):
-        raise QvConnectionError(f"{PORT_VARIABLE} is no port: {text!r}")
+        raise QvConnectionError(f"{name} is no port: {port!r}")
     return int(text)

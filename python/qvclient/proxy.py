@@ -123,8 +123,12 @@ class QvObject(Proxy):
             if not isinstance(target, QvSequence):
                 raise QvQuotingError(f"{place.shown} takes one value, not several")
             target.assign(value)
-        else:
+            return
+        try:
             place.ask(f" = {quote_assigned(value)}")
+        except QvError as error:
+            check_name_error(self._place, name, error)
+            raise
 
     def __dir__(self) -> list[str]:
         return sorted({*members(self._place), "help"})
@@ -235,6 +239,9 @@ class QvSequence(Proxy):
             return (self[index] for index in self._ranges()[0])
         return iter(self._entries())
 
+    def __reversed__(self) -> Iterator[Any]:
+        return reversed(list(self))
+
     def _entries(self) -> list[Any]:
         """All entries of a list or a row; those of a list come in one answer."""
         indices = self._ranges()[-1]
@@ -295,9 +302,14 @@ def describe(place: Place, name: str) -> str:
     try:
         return place.ask(f".objmember({quote(name)})") or ""
     except QvError as error:
-        if error.message.startswith(f'could not find item "{name}"'):
-            raise QvNameError(f'{place.shown} has no "{name}"', error.command) from None
+        check_name_error(place, name, error)
         raise
+
+
+def check_name_error(place: Place, name: str, error: QvError) -> None:
+    """Raises QvNameError if it is that the object has no member of that name."""
+    if error.message.startswith(f'could not find item "{name}"'):
+        raise QvNameError(f'{place.shown} has no "{name}"', error.command) from None
 
 
 def get_member(place: Place, name: str) -> Any:
@@ -321,6 +333,8 @@ def members(place: Place) -> dict[str, str]:
 def hold(thing: QvObject) -> QvObject:
     """The same object, however it is renamed or moved from now on: `app.subnodes[1]` is whatever
     node is the first when it is used, `hold(app.subnodes[1])` stays with the one that is so now."""
+    if not isinstance(thing, QvObject):
+        raise TypeError(f"only an object of the application can be held, not {thing!r:.80}")
     place = thing._place
     with place.session.lock:
         place.ask()

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import numbers
+import os
 import re
 import sys
 from typing import Any, Optional
@@ -42,6 +43,8 @@ def check_text(text: str) -> str:
 def encode(text: str) -> bytes:
     """The bytes that are sent. Those of a shown text that are no UTF-8 go back as they were; a NUL
     and half of a surrogate pair cannot be sent."""
+    if not isinstance(text, str):
+        raise TypeError(f"a command is a text, not {type(text).__name__}: {text!r:.80}")
     if "\0" in text:
         raise QvQuotingError("a text with a NUL character cannot be sent")
     try:
@@ -76,6 +79,8 @@ def _number_text(value: Any) -> Optional[str]:
 
 
 def _quoted(value: Any) -> str:
+    if isinstance(value, os.PathLike):
+        value = os.fspath(value)
     if not isinstance(value, str):
         raise QvQuotingError(
             f"only numbers and texts can be sent, not {type(value).__name__}: {value!r:.80}"

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import itertools
+import numbers
 import os
 import socket
 import threading
@@ -19,9 +20,14 @@ _numbers = itertools.count(1)
 
 
 def check_timeout(seconds: Optional[float]) -> Optional[float]:
-    if seconds is not None and not seconds > 0:
+    if seconds is None:
+        return None
+    if not isinstance(seconds, numbers.Real):
+        raise TypeError(f"a timeout is a number of seconds or None, not {seconds!r}")
+    if not seconds > 0:
         raise ValueError(f"a timeout is more than 0 s, not {seconds!r}")
-    return seconds
+    # The system's clock has an end.
+    return float(seconds) if seconds < threading.TIMEOUT_MAX else None
 
 
 class Held:

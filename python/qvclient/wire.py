@@ -70,6 +70,10 @@ class Wire:
     def close(self) -> None:
         self._socket.close()
 
+    def __del__(self) -> None:
+        if hasattr(self, "_socket"):
+            self._socket.close()
+
     def _rest(self, begun: memoryview, length: int) -> bytes:
         payload = bytearray(length)
         view = memoryview(payload)

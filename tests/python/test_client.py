@@ -42,6 +42,7 @@ class Client(unittest.TestCase):
         for name in ("a", "b", "c"):
             self.chip.addsubnode("notesTB", name)
         self.assertEqual([node.nodename() for node in self.chip.subnodes], ["a", "b", "c"])
+        self.assertEqual(list(reversed(self.chip.subnodes))[0].nodename(), "c")
         self.assertEqual((len(self.chip.subnodes), self.chip.numsubnodes()), (3, 3))
         self.assertEqual(repr(self.chip), "<qvProject app.subnodes[1]>")
         for index in (0, 4, -1):
@@ -82,7 +83,7 @@ class Client(unittest.TestCase):
             (lambda: self.chip.rename(), "insufficient arguments"),
             (lambda: self.chip.setdirty("yes"), 'argument 1 is not a number: "yes"'),
             (lambda: self.app.findnode("gone"), 'could not find node "gone"'),
-            (lambda: setattr(self.chip, "subnods", 1), 'could not find item "subnods"'),
+            (lambda: setattr(self.chip, "subnods", 1), 'app.subnodes[1] has no "subnods"'),
             (lambda: self.chip.subnods, 'app.subnodes[1] has no "subnods"'),
             (lambda: self.app.subnodes[1].subnodes[1], "index 1 out of bounds"),
         ]

@@ -205,6 +205,16 @@ class Answers(unittest.TestCase):
         for wrong in ("0", "x", "65536", "-1"):
             with mock.patch.dict(os.environ, QV_SCRIPT_PORT=wrong):
                 self.assertRaises(qvclient.QvConnectionError, qvclient.connect)
+            self.assertRaises(qvclient.QvConnectionError, qvclient.connect, wrong)
+
+    def test_a_timeout_may_be_longer_than_any_wait(self):
+        app, _ = self.client(lambda command: result("well"), timeout=float("inf"))
+        self.assertEqual(app.command("x"), "well")
+        app.timeout = 1e300
+        self.assertEqual(app.command("x"), "well")
+        for wrong in (0, float("nan"), "soon"):
+            with self.assertRaises((ValueError, TypeError)):
+                app.timeout = wrong
 
     def test_a_closed_client_stays_closed(self):
         app, server = self.client(lambda command: result("well"))

@@ -3,6 +3,7 @@
 import cmath
 import fractions
 import math
+import pathlib
 import unittest
 
 from qvclient import QvQuotingError
@@ -64,6 +65,7 @@ class Quoting(unittest.TestCase):
             (1e-7, "1e-07"),
             (fractions.Fraction(1, 4), "0.25"),
             ("", '""'),
+            (pathlib.PureWindowsPath("C:/a b"), r'"C:\\a b"'),
             ("a;b // c, (d) = [e]", '"a;b // c, (d) = [e]"'),
             ('C:\\x "y"\n\r\t', r'"C:\\x \"y\"\n\r\t"'),
         ]
