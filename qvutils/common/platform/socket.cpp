@@ -84,6 +84,13 @@ std::vector<std::string> addressesOfHost(const std::string& name) {
     return addresses;
 }
 
+bool hostName(std::string& name) {
+    char text[256] = "";
+    if (gethostname(text, sizeof text - 1) != 0) return false;
+    name = text;
+    return true;
+}
+
 TcpSocket::TcpSocket(TcpSocket&& other) noexcept
     : handle_(std::exchange(other.handle_, -1)),
       receiveWait_(std::exchange(other.receiveWait_, -1)),
@@ -96,6 +103,51 @@ TcpSocket& TcpSocket::operator=(TcpSocket&& other) noexcept {
     receiveWait_ = std::exchange(other.receiveWait_, -1);
     sendWait_ = std::exchange(other.sendWait_, -1);
     return *this;
+}
+
+ListenResult TcpSocket::listen(const std::string& address, int port, int backlog) {
+    close();
+    SystemAddress own;
+    if (!toSystem(address, port, own)) {
+        setLastSocketError(noSuchAddress);
+        return ListenResult::failed;
+    }
+    handle_ = openSocket(own.family());
+    if (!isOpen()) return ListenResult::failed;
+    const auto socket = static_cast<SystemSocket>(handle_);
+    const bool listening =
+        setFlag(socket, SOL_SOCKET, ownPortOption) &&
+        (own.family() != AF_INET6 || setFlag(socket, IPPROTO_IPV6, IPV6_V6ONLY)) &&
+        bind(socket, own.get(), own.size) == 0 && ::listen(socket, backlog) == 0;
+    if (listening) return ListenResult::listening;
+    const bool taken = portIsTaken();
+    close();
+    return taken ? ListenResult::portTaken : ListenResult::failed;
+}
+
+ConnectResult TcpSocket::connect(const std::string& address, int port, int timeoutMs) {
+    close();
+    SystemAddress peer;
+    if (!toSystem(address, port, peer)) {
+        setLastSocketError(noSuchAddress);
+        return ConnectResult::failed;
+    }
+    handle_ = openSocket(peer.family());
+    if (!isOpen()) return ConnectResult::failed;
+    const auto socket = static_cast<SystemSocket>(handle_);
+    ConnectResult result = ConnectResult::connected;
+    if (::connect(socket, peer.get(), peer.size) != 0) {
+        result = connectIsUnderWay() ? finishConnect(socket, timeoutMs) : ConnectResult::failed;
+    }
+    if (result == ConnectResult::connected && isItsOwnPeer()) {
+        setLastSocketError(connectionRefused);
+        result = ConnectResult::failed;
+    }
+    if (result == ConnectResult::connected && !prepareTransfer(socket)) {
+        result = ConnectResult::failed;
+    }
+    if (result != ConnectResult::connected) close();
+    return result;
 }
 
 bool TcpSocket::localAddress(SocketAddress& address) const {

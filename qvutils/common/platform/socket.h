@@ -95,7 +95,6 @@ public:
 
 private:
     explicit TcpSocket(std::intptr_t handle) : handle_(handle) {}
-    void prepareConnected();
     /// False once the connection has been reset or given up; a peer that only stopped sending is
     /// still there.
     bool isConnectedStill() const;

@@ -22,17 +22,6 @@ int descriptor(std::intptr_t handle) {
     return static_cast<int>(handle);
 }
 
-bool setFlag(int socket, int level, int option) {
-    const int on = 1;
-    return setsockopt(socket, level, option, &on, sizeof on) == 0;
-}
-
-bool setBlocking(int socket, bool blocking) {
-    const int flags = fcntl(socket, F_GETFL);
-    return flags >= 0 &&
-           fcntl(socket, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK) == 0;
-}
-
 long outcomeOfError() {
     switch (errno) {
         case EAGAIN:
@@ -46,7 +35,29 @@ long outcomeOfError() {
     }
 }
 
-/// Waits for the outcome of a connect that is on its way; it is left in `errno`.
+}  // namespace
+
+std::intptr_t openSocket(int family) {
+    return ::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+}
+
+bool setFlag(int socket, int level, int option) {
+    const int on = 1;
+    return setsockopt(socket, level, option, &on, sizeof on) == 0;
+}
+
+void setLastSocketError(int error) {
+    errno = error;
+}
+
+bool portIsTaken() {
+    return errno == EADDRINUSE;
+}
+
+bool connectIsUnderWay() {
+    return errno == EINPROGRESS || errno == EINTR;
+}
+
 ConnectResult finishConnect(int socket, int timeoutMs) {
     const std::int64_t end = monotonicNanoseconds() + std::int64_t{timeoutMs} * 1'000'000;
     for (;;) {
@@ -64,7 +75,13 @@ ConnectResult finishConnect(int socket, int timeoutMs) {
     return errno == ETIMEDOUT ? ConnectResult::timeout : ConnectResult::failed;
 }
 
-}  // namespace
+/// Reading and writing block, with a time limit.
+bool prepareTransfer(int socket) {
+    setFlag(socket, IPPROTO_TCP, TCP_NODELAY);
+    setFlag(socket, SOL_SOCKET, SO_KEEPALIVE);
+    const int flags = fcntl(socket, F_GETFL);
+    return flags >= 0 && fcntl(socket, F_SETFL, flags & ~O_NONBLOCK) == 0;
+}
 
 bool startSockets() {
     return true;
@@ -72,13 +89,6 @@ bool startSockets() {
 
 std::string socketErrorText() {
     return errorText(errno);
-}
-
-bool hostName(std::string& name) {
-    char text[256] = "";
-    if (gethostname(text, sizeof text - 1) != 0) return false;
-    name = text;
-    return true;
 }
 
 bool isLocalAddress(const std::string& host) {
@@ -109,71 +119,14 @@ bool TcpSocket::close() {
     return closed;
 }
 
-ListenResult TcpSocket::listen(const std::string& address, int port, int backlog) {
-    close();
-    SystemAddress own;
-    if (!toSystem(address, port, own)) {
-        errno = EADDRNOTAVAIL;
-        return ListenResult::failed;
-    }
-    const int socket = ::socket(own.family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket < 0) return ListenResult::failed;
-    handle_ = socket;
-    // With SO_REUSEADDR a port can be had again at once while old connections to it fade away; two
-    // sockets still cannot listen on it.
-    const bool listening =
-        setFlag(socket, SOL_SOCKET, SO_REUSEADDR) &&
-        (own.family() != AF_INET6 || setFlag(socket, IPPROTO_IPV6, IPV6_V6ONLY)) &&
-        bind(socket, own.get(), own.size) == 0 && ::listen(socket, backlog) == 0;
-    if (listening) return ListenResult::listening;
-    const bool taken = errno == EADDRINUSE;
-    close();
-    return taken ? ListenResult::portTaken : ListenResult::failed;
-}
-
 AcceptResult TcpSocket::accept(TcpSocket& client) {
     client = TcpSocket(accept4(descriptor(handle_), nullptr, nullptr, SOCK_CLOEXEC));
     if (client.isOpen()) {
-        client.prepareConnected();
+        prepareTransfer(descriptor(client.handle_));
         return AcceptResult::accepted;
     }
     const bool nobody = outcomeOfError() == notYet || errno == ECONNABORTED;
     return nobody ? AcceptResult::nobody : AcceptResult::failed;
-}
-
-void TcpSocket::prepareConnected() {
-    setFlag(descriptor(handle_), IPPROTO_TCP, TCP_NODELAY);
-    setFlag(descriptor(handle_), SOL_SOCKET, SO_KEEPALIVE);
-}
-
-ConnectResult TcpSocket::connect(const std::string& address, int port, int timeoutMs) {
-    close();
-    SystemAddress peer;
-    if (!toSystem(address, port, peer)) {
-        errno = EADDRNOTAVAIL;
-        return ConnectResult::failed;
-    }
-    handle_ = ::socket(peer.family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (handle_ < 0) return ConnectResult::failed;
-    const int socket = descriptor(handle_);
-    ConnectResult result = ConnectResult::connected;
-    if (::connect(socket, peer.get(), peer.size) != 0) {
-        result = errno == EINPROGRESS || errno == EINTR ? finishConnect(socket, timeoutMs)
-                                                        : ConnectResult::failed;
-    }
-    if (result == ConnectResult::connected && isItsOwnPeer()) {
-        errno = ECONNREFUSED;
-        result = ConnectResult::failed;
-    }
-    if (result == ConnectResult::connected && !setBlocking(socket, true)) {
-        result = ConnectResult::failed;
-    }
-    if (result == ConnectResult::connected) {
-        prepareConnected();
-    } else {
-        close();
-    }
-    return result;
 }
 
 /// A blocking call with a time limit costs one system call where polling first would cost two.

@@ -18,18 +18,6 @@ SOCKET system(std::intptr_t handle) {
     return static_cast<SOCKET>(handle);
 }
 
-SOCKET openSocket(int family) {
-    return WSASocketW(family, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
-                      WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
-}
-
-bool setFlag(SOCKET socket, int level, int option) {
-    const BOOL on = TRUE;
-    return setsockopt(socket, level, option, reinterpret_cast<const char*>(&on), sizeof on) == 0;
-}
-
-/// All sockets of this layer are of this kind: after a wait that ran into its time limit, Windows
-/// promises nothing for a blocking one.
 bool setNonBlocking(SOCKET socket) {
     u_long on = 1;
     return ioctlsocket(socket, FIONBIO, &on) == 0;
@@ -63,8 +51,39 @@ int waitFor(SOCKET socket, bool toRead, int waitMs) {
     return select(0, toRead ? &set : nullptr, toRead ? nullptr : &set, nullptr, &time);
 }
 
-/// Waits for the outcome of a connect that is on its way; the cause of a failure is left as the
-/// last error.
+}  // namespace
+
+/// All sockets of this layer are non-blocking: after a wait that ran into its time limit, Windows
+/// promises nothing for a blocking one.
+std::intptr_t openSocket(int family) {
+    const SOCKET socket = WSASocketW(family, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
+                                     WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+    if (socket != INVALID_SOCKET && !setNonBlocking(socket)) {
+        closesocket(socket);
+        return -1;
+    }
+    return static_cast<std::intptr_t>(socket);
+}
+
+bool setFlag(SOCKET socket, int level, int option) {
+    const BOOL on = TRUE;
+    return setsockopt(socket, level, option, reinterpret_cast<const char*>(&on), sizeof on) == 0;
+}
+
+void setLastSocketError(int error) {
+    WSASetLastError(error);
+}
+
+bool portIsTaken() {
+    // A port that another program holds exclusively is answered with "access denied".
+    const int cause = WSAGetLastError();
+    return cause == WSAEADDRINUSE || cause == WSAEACCES;
+}
+
+bool connectIsUnderWay() {
+    return outcomeOfError() == TcpSocket::notYet;
+}
+
 ConnectResult finishConnect(SOCKET socket, int timeoutMs) {
     fd_set done;
     fd_set refused;
@@ -84,7 +103,11 @@ ConnectResult finishConnect(SOCKET socket, int timeoutMs) {
     return cause == WSAETIMEDOUT ? ConnectResult::timeout : ConnectResult::failed;
 }
 
-}  // namespace
+bool prepareTransfer(SOCKET socket) {
+    setFlag(socket, IPPROTO_TCP, TCP_NODELAY);
+    setFlag(socket, SOL_SOCKET, SO_KEEPALIVE);
+    return setNonBlocking(socket);
+}
 
 bool startSockets() {
     static const bool started = [] {
@@ -104,13 +127,6 @@ std::string socketErrorText() {
     LocalFree(text);
     while (!words.empty() && (words.back() <= ' ' || words.back() == '.')) words.pop_back();
     return words;
-}
-
-bool hostName(std::string& name) {
-    char text[256] = "";
-    if (gethostname(text, sizeof text - 1) != 0) return false;
-    name = text;
-    return true;
 }
 
 bool isLocalAddress(const std::string& host) {
@@ -146,29 +162,6 @@ bool TcpSocket::close() {
     return closed;
 }
 
-ListenResult TcpSocket::listen(const std::string& address, int port, int backlog) {
-    close();
-    SystemAddress own;
-    if (!toSystem(address, port, own)) {
-        WSASetLastError(WSAEADDRNOTAVAIL);
-        return ListenResult::failed;
-    }
-    const SOCKET socket = openSocket(own.family());
-    if (socket == INVALID_SOCKET) return ListenResult::failed;
-    handle_ = static_cast<std::intptr_t>(socket);
-    // Without SO_EXCLUSIVEADDRUSE another program could take over the port while this one listens.
-    const bool listening =
-        setNonBlocking(socket) && setFlag(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE) &&
-        (own.family() != AF_INET6 || setFlag(socket, IPPROTO_IPV6, IPV6_V6ONLY)) &&
-        bind(socket, own.get(), own.size) == 0 && ::listen(socket, backlog) == 0;
-    if (listening) return ListenResult::listening;
-    // A port that another program holds exclusively is answered with "access denied".
-    const int cause = WSAGetLastError();
-    close();
-    const bool taken = cause == WSAEADDRINUSE || cause == WSAEACCES;
-    return taken ? ListenResult::portTaken : ListenResult::failed;
-}
-
 AcceptResult TcpSocket::accept(TcpSocket& client) {
     const SOCKET socket = ::accept(system(handle_), nullptr, nullptr);
     if (socket == INVALID_SOCKET) {
@@ -177,44 +170,8 @@ AcceptResult TcpSocket::accept(TcpSocket& client) {
     }
     client = TcpSocket(static_cast<std::intptr_t>(socket));
     SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
-    setNonBlocking(socket);
-    client.prepareConnected();
+    prepareTransfer(socket);
     return AcceptResult::accepted;
-}
-
-void TcpSocket::prepareConnected() {
-    setFlag(system(handle_), IPPROTO_TCP, TCP_NODELAY);
-    setFlag(system(handle_), SOL_SOCKET, SO_KEEPALIVE);
-}
-
-ConnectResult TcpSocket::connect(const std::string& address, int port, int timeoutMs) {
-    close();
-    SystemAddress peer;
-    if (!toSystem(address, port, peer)) {
-        WSASetLastError(WSAEADDRNOTAVAIL);
-        return ConnectResult::failed;
-    }
-    const SOCKET socket = openSocket(peer.family());
-    if (socket == INVALID_SOCKET) return ConnectResult::failed;
-    handle_ = static_cast<std::intptr_t>(socket);
-    ConnectResult result = ConnectResult::failed;
-    if (setNonBlocking(socket)) {
-        if (::connect(socket, peer.get(), peer.size) == 0) {
-            result = ConnectResult::connected;
-        } else if (outcomeOfError() == notYet) {
-            result = finishConnect(socket, timeoutMs);
-        }
-    }
-    if (result == ConnectResult::connected && isItsOwnPeer()) {
-        WSASetLastError(WSAECONNREFUSED);
-        result = ConnectResult::failed;
-    }
-    if (result == ConnectResult::connected) {
-        prepareConnected();
-    } else {
-        close();
-    }
-    return result;
 }
 
 long TcpSocket::receive(void* data, std::size_t size, int waitMs, bool all) {
