@@ -3,8 +3,10 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
+#include "qvutils/common/platform/clock.h"
 #include "qvutils/common/platform/threads.h"
 #include "qvutils/common/server/sendframe.h"
 
@@ -30,6 +32,11 @@ struct Server::Sockets {
     std::string peer;
     std::atomic<bool> interrupted = false;
     bool receiving = false;
+    /// How many clients were turned away since the last report of one, and when that was.
+    unsigned refused = 0;
+    std::int64_t refusalToldAt = never;
+
+    static constexpr std::int64_t never = -1;
 };
 
 /// The client's frames, waited for as long as `wait` says.
@@ -158,14 +165,30 @@ bool Server::accept(std::size_t listener) {
     }
     SocketAddress peer;
     if (!client.peerAddress(peer)) return false;
-    if (!isWelcome(client, peer.host)) {
-        return fail("unauthorised connection attempted: " + peer.text());
-    }
+    if (!isWelcome(client, peer.host)) return refuse(peer.text());
     sockets_->client = std::move(client);
     sockets_->state = connected;
     sockets_->peer = peer.text();
     report("client connected:" + sockets_->peer, false);
     return true;
+}
+
+bool Server::refuse(const std::string& peer) {
+    constexpr std::int64_t minute = 60'000'000'000;
+    const std::int64_t now = qvplatform::monotonicNanoseconds();
+    const std::int64_t toldAt = sockets_->refusalToldAt;
+    if (toldAt != Sockets::never && now - toldAt < minute) {
+        ++sockets_->refused;
+        return false;
+    }
+    tellRefused();
+    sockets_->refusalToldAt = now;
+    return fail("unauthorised connection attempted: " + peer);
+}
+
+void Server::tellRefused() {
+    const unsigned count = std::exchange(sockets_->refused, 0);
+    if (count > 0) fail("unauthorised connection attempted: " + std::to_string(count) + " more");
 }
 
 bool Server::isWelcome(const TcpSocket& client, const std::string& host) {
@@ -268,6 +291,8 @@ void Server::disconnect() {
 
 void Server::Close() {
     disconnect();
+    tellRefused();
+    sockets_->refusalToldAt = Sockets::never;
     for (TcpSocket& listener : sockets_->listeners) {
         if (!listener.close()) failWithCause("Close failed with error");
     }

@@ -95,6 +95,10 @@ private:
     bool FindorCreateSock(const qvWait& wait);
     bool accept(std::size_t listener);
     bool isWelcome(const qvplatform::TcpSocket& client, const std::string& host);
+    /// Reports a client that is turned away. Who may not connect may try all the same, and shall
+    /// not fill the log: once a minute there is a report, with the number of those between.
+    bool refuse(const std::string& peer);
+    void tellRefused();
     bool goOn();
     bool takeInterrupt();
     bool goOnWaiting(const qvWait& wait);

@@ -137,6 +137,17 @@ TEST_F(Serving, notices_a_client_that_has_gone) {
     expectAlive();
 }
 
+TEST_F(Serving, tells_of_many_refused_connections_in_two_lines) {
+    constexpr int times = 5;
+    for (int i = 0; i < times; ++i) Stranger leavesAtOnce(server);
+    qvplatform::sleepMicroseconds(20'000);
+    for (int i = 0; i < times; ++i) EXPECT_FALSE(server.waitForClient(0, 100));
+    EXPECT_EQ(server.log.find("unauthorised connection attempted: "), 0u);
+    EXPECT_EQ(server.log.find('\n'), server.log.size() - 1) << server.log;
+    server.Close();
+    EXPECT_TRUE(server.logged("unauthorised connection attempted: 4 more\n")) << server.log;
+}
+
 TEST_F(Serving, answers_who_stops_sending_but_listens_on) {
     Stranger client(server);
     client.say(frameOf("last words"));

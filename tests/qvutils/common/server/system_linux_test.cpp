@@ -56,6 +56,7 @@ TEST(OtherUsers, are_refused_unless_welcome) {
         EXPECT_TRUE(server.logged("unauthorised connection attempted: 127.0.0.1:")) << server.log;
         EXPECT_FALSE(server.isConnected());
         server.log.clear();
+        ASSERT_TRUE(server.Init(0)) << "which tells of each one again";
     }
     server.settings().anyUser = true;
     const OtherUser other(server.localport(), false);
