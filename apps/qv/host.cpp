@@ -7,6 +7,7 @@
 
 #include "apps/qv/input.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/formula/formulanames.h"
 #include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/project/qvprojman.h"
 #include "qvutils/ui/scripting/qvcommandfile.h"
@@ -25,6 +26,15 @@ std::string abbreviated(const std::string& statement) {
 std::string withoutLineEnd(std::string text) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
     return text;
+}
+
+// The statement with a mark below the part at fault; nothing where that is not known.
+std::string marked(const char* statement, std::string_view fault) {
+    if (!fault.data()) return "";
+    QVFormulaFault place;
+    place.column = static_cast<int>(fault.data() - statement);
+    place.length = static_cast<int>(fault.size());
+    return qvShowFault(statement, place).Chars();
 }
 
 void printLine(const char* text) {
@@ -192,7 +202,8 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
     failed_ = true;
     std::fflush(stdout);
     std::string text;
-    if (getNesting() > sourceNesting_) {
+    const bool inScript = getNesting() > sourceNesting_;
+    if (inScript) {
         text = "script:" + std::to_string(line) + ": " + abbreviated(statement) + ": ";
     } else if (!hidePlaces_) {
         text = source_ + ":" + std::to_string(firstLine_ + line - 1) + ": " +
@@ -200,7 +211,9 @@ void Host::OnCommandError(int line, const char* statement, const char* message) 
     }
     text += withoutLineEnd(message) + "\n";
     const std::vector<std::string> hints = getHints().empty() ? treeHints(message) : getHints();
-    if (!hints.empty()) text += "did you mean: " + joined(hints) + "\n";
+    const bool isShown = !inScript && hidePlaces_ && !std::strchr(text.c_str(), '^');
+    if (isShown) text += marked(statement, getFaultyPart());
+    if (!hints.empty()) text += "did you mean " + joined(hints) + "?\n";
     std::fputs(text.c_str(), stderr);
     std::fflush(stderr);
     noteShown(text.c_str());

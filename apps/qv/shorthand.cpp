@@ -84,6 +84,6 @@ bool expandShorthand(const std::string& line, std::string& command, std::string&
     }
     error = "no open project has a variable or parameter \"" + name + "\"";
     const std::vector<std::string> near = QVCommandBase::nearestNames(name, allNames(nodes));
-    if (!near.empty()) error += "\ndid you mean: " + near[0];
+    if (!near.empty()) error += "\ndid you mean " + near[0] + "?";
     return false;
 }

@@ -26,7 +26,7 @@ string(ASCII 9 tab)
 string(ASCII 27 escape)
 session("app.nums${tab})\nquit\n" "\n0\n")
 session("${escape}[A\nquit\n" "\n0\n")
-session("app.nonsense\nquit\n" "\ncould not find item \"nonsense\"\n")
+session("app.nonsense.x\nquit\n" "\ncould not find item \"nonsense\"\napp.nonsense.x\n    \\^~~~~~~~\n")
 session("app.addsubnode(\"projectTB\", \"P\")\napp.subnodes[1].setdirty(1)\nquit\nn\napp.numsubnodes()\nquit\ny\n"
         "project \"P\" has not been saved\n.*Leave without saving.*\n1\n.*has not been saved")
 
@@ -43,7 +43,7 @@ why width
 quit
 y
 " "2\\*gpa\n  \\^~~\ndid you mean gap.*why width\nwidth = 2\\*gap.*gap = 2\\*3 *.6.*uses gap\n\
-.*width = 2\\*gap.*no open project has a variable or parameter \"widht\"\ndid you mean: width.*\
+.*width = 2\\*gap.*no open project has a variable or parameter \"widht\"\ndid you mean width\\?.*\
 write one of:\n  app.findnode.\"P/v\".\\.why.width.\n  app.findnode.\"P/r\".\\.why.width.\n")
 
 # The calculator at a terminal.

@@ -1,6 +1,7 @@
 #include "qvutils/common/command/command_line.h"
 
 #include <atomic>
+#include <functional>
 
 #include "qvutils/common/command/commandglobals.h"
 #include "qvutils/common/command/commandpath.h"
@@ -15,6 +16,11 @@ constexpr std::size_t mostBuffered = 4096;
 
 int size(std::string_view text) {
     return static_cast<int>(text.size());
+}
+
+bool isPartOf(std::string_view part, std::string_view text) {
+    const std::less_equal<const char*> before;
+    return before(text.data(), part.data()) && before(part.data(), text.data() + text.size());
 }
 
 /// The object that a kind-10 element refers to.
@@ -72,11 +78,13 @@ bool QVCommandBase::Execute(const char* text) {
 
 bool QVCommandBase::ParseCommand(const char* command, const char* comment, int flags) {
     hints_.clear();
+    fault_ = {};
     QVString result;
     gaveValue_ = runStatement(command, result);
     if (qverr()) {
         result = QVString();
         failed_ = true;
+        if (!isPartOf(fault_, command)) fault_ = {};  // of a text that a method ran
         OnCommandError(line_, command, qverr().chars());
     }
     return tell(command, comment, result, flags);
@@ -111,9 +119,8 @@ bool QVCommandBase::runStatement(std::string_view statement, QVString& result) {
         case Form::help:
             return help(rest, result);
         case Form::assignment: {
-            const std::string left(qvTrimmed(statement.substr(0, assignment)));
-            const QVString right = qvUnquote(statement.substr(assignment + 1));
-            SetParam(left.c_str(), right);
+            assign(qvTrimmed(statement.substr(0, assignment)),
+                   qvUnquote(statement.substr(assignment + 1)));
             return false;
         }
         case Form::path: {
@@ -194,15 +201,19 @@ bool QVCommandBase::help(std::string_view path, QVString& result) {
 }
 
 void QVCommandBase::SetParam(const char* lhs, const char* rhs) {
-    if (qverr()) return;
+    if (!qverr()) assign(lhs, rhs);
+}
+
+void QVCommandBase::assign(std::string_view path, const char* value) {
     QVCommandElt element;
-    if (!resolve(lhs, lastMethod::asWritten, false, element)) return;
-    if (element.IsReadOnly()) return qverr().setf("\"%s\" is read only!\n", lhs);
+    if (!resolve(path, lastMethod::asWritten, false, element)) return;
+    const std::string name(path);
+    if (element.IsReadOnly()) return qverr().setf("\"%s\" is read only!\n", name.c_str());
     QVObject* parent = element.getParent();
     if (parent && !element.IsKindOf(qvKindObject)) {
-        parent->SetParam(element, rhs, lhs);
+        parent->SetParam(element, value, name.c_str());
     } else {
-        element.Assign(rhs, lhs);
+        element.Assign(value, name.c_str());
     }
 }
 
@@ -220,8 +231,11 @@ bool QVCommandBase::resolve(std::string_view text, lastMethod last, bool withTex
                             QVCommandElt& element, bool* called) {
     text = qvTrimmed(text);
     const qvPath path(text);
-    if (path.size() == 0 && !qverr()) qverr().set("could not find item \"\"\n");
-    if (path.size() == 0) return false;
+    if (path.size() == 0) {
+        if (!qverr()) qverr().set("could not find item \"\"\n");
+        fault_ = path.fault();
+        return false;
+    }
     for (std::size_t i = 0; i < path.size(); ++i) {
         const qvPathStep& step = path[i];
         const bool isLast = i + 1 == path.size();
@@ -232,6 +246,7 @@ bool QVCommandBase::resolve(std::string_view text, lastMethod last, bool withTex
             step.hasArgs || (isLast && last == lastMethod::called && element.IsFunction());
         if (found && calls) found = callMethod(step, isLast, element);
         if (!found) {
+            fault_ = step.name;
             element = QVCommandElt();
             return false;
         }

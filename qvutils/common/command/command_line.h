@@ -88,6 +88,9 @@ public:
 
     /// The names that complete a partial statement; nothing is called.
     qvCompletions completions(const char* partial);
+    /// The part of the statement being reported to OnCommandError at which it failed; empty, and
+    /// without a place, when it failed as a whole.
+    std::string_view getFaultyPart() const { return fault_; }
     /// The known names nearest to the one that the last failing statement did not find.
     const std::vector<std::string>& getHints() const { return hints_; }
     /// At most three of the candidates, nearest first, that are likely to be meant by `name`.
@@ -105,6 +108,7 @@ private:
     static Form classify(std::string_view firstWord, bool hasAssignment);
     void defineReference(std::string_view name, std::string_view path);
     void defineCopy(std::string_view name, std::string_view path);
+    void assign(std::string_view path, const char* value);
     void deleteReference(std::string_view name);
     bool help(std::string_view path, QVString& result);
     bool resolve(std::string_view text, lastMethod last, bool withTexts, QVCommandElt& element,
@@ -118,6 +122,7 @@ private:
 
     std::unique_ptr<qvCommandGlobals> globals_;
     std::vector<std::string> hints_;
+    std::string_view fault_;
     std::string buffer_;  ///< for the next text to run
     int line_ = 0;
     int nesting_ = 0;

@@ -53,10 +53,11 @@ bool qvPath::name(qvPathStep& step) {
 
 /// "[" integer "]", the opening bracket already taken
 bool qvPath::index(qvPathStep& step) {
-    if (step.nIndices == 2) return fail("parse error: too many indices!\n");
+    const std::string_view opening = text_.substr(text_.size() - rest_.size() - 1);
+    if (step.nIndices == 2) return fail("parse error: too many indices!\n", opening);
     skipBlanks();
     const std::size_t close = rest_.find(']');
-    if (close == rest_.npos) return fail("parse error: ']' missing?\n");
+    if (close == rest_.npos) return fail("parse error: ']' missing?\n", opening);
     const std::string_view text = qvTrimmed(rest_.substr(0, close));
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -87,7 +88,8 @@ bool qvPath::arguments(qvPathStep& step) {
     }
     // The path looks closed at its end, so the bracket is missing further in.
     const bool closedAtEnd = text_.back() == ')';
-    return fail(closedAtEnd ? "parse error: ')' missing?\n" : "parse error: missing ')' ?\n");
+    return fail(closedAtEnd ? "parse error: ')' missing?\n" : "parse error: missing ')' ?\n",
+                text_.substr(text_.size() - rest_.size() - 1));
 }
 
 /// ( "." step | end of the path )
@@ -113,7 +115,8 @@ bool qvPath::take(char c) {
     return true;
 }
 
-bool qvPath::fail(const char* message) {
+bool qvPath::fail(const char* message, std::string_view fault) {
     qverr().set(message);
+    fault_ = fault;
     return false;
 }

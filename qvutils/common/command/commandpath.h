@@ -23,6 +23,8 @@ class qvPath {
 public:
     /// A syntax error is posted to qverr(), and the path is then empty.
     explicit qvPath(std::string_view text);
+    /// Where a syntax error stands: from there to the end of the text.
+    std::string_view fault() const { return fault_; }
 
     std::size_t size() const { return steps_.size(); }
     const qvPathStep& operator[](std::size_t i) const { return steps_[i]; }
@@ -41,9 +43,11 @@ private:
     bool endOfStep();
     void skipBlanks();
     bool take(char c);
-    bool fail(const char* message);
+    bool fail(const char* message) { return fail(message, rest_); }
+    bool fail(const char* message, std::string_view fault);
 
     std::string_view text_;
     std::string_view rest_;
+    std::string_view fault_;
     qvSmallArray<qvPathStep, 4> steps_;
 };

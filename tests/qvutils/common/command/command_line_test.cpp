@@ -106,34 +106,37 @@ TEST_F(CommandLine, paths_go_through_lists_and_method_results) {
     EXPECT_EQ(run("app.find(a).width = 7; app.parts[1].width"), "7\n");
     EXPECT_EQ(run("app.copyof().width"), "1\n");  // the copy lives until it has been shown
 
-    const std::pair<const char*, const char*> errors[] = {
-        {"other.width", "could not find item \"other.width\""},
-        {"other.part(1).scale(2)", "could not find item \"other.part(1).scale\""},
-        {"app.widht", "could not find item \"widht\""},
-        {"app.width.x", "could not find item \"x\""},
-        {"app.parts.name", "could not find item \"name\""},
-        {"app.find(zzz).name", "find returns NULL"},
-        {"app.width(1)", "width is not a function"},
-        {"app.width[1]", "width is not an array!"},
-        {"app.profile[1][1]", "too many indices in profile!"},
-        {"app.modes[1]", "too few indices in modes!"},
-        {"app.modes[1][2][3]", "parse error: too many indices!"},
-        {"app.parts[0]", "index 0 out of bounds"},
-        {"app.profile[-2]", "index -2 out of bounds"},
-        {"app.parts[99999999999]", "index 2147483647 out of bounds"},
-        {"app.parts[x]", "parse error: index not a number?"},
-        {"app.parts[1", "parse error: ']' missing?"},
-        {"app.add(a", "parse error: missing ')' ?"},
-        {"app.add(\"a)", "parse error: ')' missing?"},
-        {"app.find(a.add(b)", "parse error: ')' missing?"},
-        {"app.numparts)", "parse error: missing '(' ?"},
-        {"app.numparts).x", "parse error: '(' missing?"},
-        {"app.find(a) b", "parse error"},
-        {"app..width", "parse error"},
-        {"app.", "parse error"},
-        {"= 3", "could not find item \"\""}};
-    for (const auto& [text, message] : errors) {
+    const struct {
+        const char *text, *message, *faultyPart;
+    } errors[] = {
+        {"other.width", "could not find item \"other.width\"", "other"},
+        {"other.part(1).scale(2)", "could not find item \"other.part(1).scale\"", "other"},
+        {"app.widht", "could not find item \"widht\"", "widht"},
+        {"app.width.x", "could not find item \"x\"", "x"},
+        {"app.parts.name", "could not find item \"name\"", "name"},
+        {"app.find(zzz).name", "find returns NULL", "find"},
+        {"app.width(1)", "width is not a function", "width"},
+        {"app.width[1]", "width is not an array!", "width"},
+        {"app.profile[1][1]", "too many indices in profile!", "profile"},
+        {"app.modes[1]", "too few indices in modes!", "modes"},
+        {"app.modes[1][2][3]", "parse error: too many indices!", "[3]"},
+        {"app.parts[0]", "index 0 out of bounds", "parts"},
+        {"app.profile[-2]", "index -2 out of bounds", "profile"},
+        {"app.parts[99999999999]", "index 2147483647 out of bounds", "parts"},
+        {"app.parts[x]", "parse error: index not a number?", "x]"},
+        {"app.parts[1", "parse error: ']' missing?", "[1"},
+        {"app.add(a", "parse error: missing ')' ?", "(a"},
+        {"app.add(\"a)", "parse error: ')' missing?", "(\"a)"},
+        {"app.find(a.add(b)", "parse error: ')' missing?", "(a.add(b)"},
+        {"app.numparts)", "parse error: missing '(' ?", ")"},
+        {"app.numparts).x", "parse error: '(' missing?", ").x"},
+        {"app.find(a) b", "parse error", "b"},
+        {"app..width", "parse error", ".width"},
+        {"app.", "parse error", ""},
+        {"= 3", "could not find item \"\"", ""}};
+    for (const auto& [text, message, part] : errors) {
         EXPECT_EQ(run(text), "!" + std::string(message) + "\n") << text;
+        EXPECT_EQ(session.faultyPart, part) << text;
     }
 }
 

@@ -123,6 +123,7 @@ public:
     void OnListRoots(std::vector<std::string>& names) override { names.push_back("app"); }
     void OnCommandError(int line, const char*, const char* message) override {
         errorLine = line;
+        faultyPart = getFaultyPart();
         transcript += std::string("!") + message;
         if (transcript.back() != '\n') transcript += '\n';
     }
@@ -148,6 +149,7 @@ public:
     Guide root{"root"};
     std::string transcript;
     std::string commandsSeen;
+    std::string faultyPart;
     int errorLine = 0;
     bool stopOnError = false;
     bool succeeded = false;
