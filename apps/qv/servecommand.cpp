@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "apps/qv/host.h"
 #include "apps/qv/prompt.h"
@@ -46,19 +47,26 @@ public:
 
     bool open(const std::string& path) {
         if (path.empty()) return true;
+        path_ = path;
         file_ = qvplatform::fileSystem().open(path, "ab");
-        return file_ || complain(path + ": " + qvplatform::errorText(errno));
+        return file_ || complain(path_ + ": " + qvplatform::errorText(errno));
     }
     void add(const std::string& line) {
         if (!file_) return;
         const qvplatform::LocalTime t = qvplatform::localTime();
         std::fprintf(file_, "%04d-%02d-%02d %02d:%02d:%02d %s\n", t.year, t.month, t.day, t.hour,
                      t.minute, t.second, line.c_str());
-        std::fflush(file_);
+        const bool written = std::fflush(file_) == 0 && !std::ferror(file_);
+        if (!written && !std::exchange(told_, true)) {
+            complain("the log is not complete: " + path_ + ": " + qvplatform::errorText(errno));
+        }
+        std::clearerr(file_);
     }
 
 private:
+    std::string path_;
     FILE* file_ = nullptr;
+    bool told_ = false;
 };
 
 bool openProjects(const std::vector<std::string>& files) {

@@ -9,7 +9,8 @@ namespace qvplatform {
 QVCORE_API bool inputIsTerminal();
 QVCORE_API bool outputIsTerminal();
 
-/// Called once by a program that talks to a terminal: makes the terminal take UTF-8.
+/// Called once by a program that talks to a terminal, before it opens anything: makes the terminal
+/// take UTF-8, and opens standard streams that were closed.
 QVCORE_API void prepareConsole();
 
 /// The arguments of main() in UTF-8, the program's name first.
