@@ -145,11 +145,7 @@ qvScriptServer* freeServer() {
 
 /// False without an error when the user wants to keep the program that is connected.
 bool prepareServer(qvScriptServer& server) {
-    const bool mayStart = !server.isConnected() ||
-                          getProjectManager().services().askUser(
-                              "there is currently another program talking to the application\n"
-                              "if you continue you will disconnect them\n");
-    if (!mayStart || qverr()) return false;
+    if (!qvMayDisconnect(server) || qverr()) return false;
     lprintf("EXECUTING PYTHON SCRIPT...\n");
     return server.isInitialised() ? server.restart() : server.start(qvScriptServer::usualArgument);
 }
@@ -197,4 +193,10 @@ bool qvRunPythonText(QVString text, List<QVString> parameters) {
 bool qvRunPythonFile(const std::string& path, const List<QVString>& parameters) {
     qvScriptServer* server = freeServer();
     return server && run(*server, path, parameters);
+}
+
+bool qvMayDisconnect(qvScriptServer& server) {
+    return !server.isConnected() || getProjectManager().services().askUser(
+                                        "there is currently another program talking to the "
+                                        "application\nif you continue you will disconnect them\n");
 }

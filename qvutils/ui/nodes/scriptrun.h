@@ -5,6 +5,8 @@
 #include "qvutils/common/platform/qvexport.h"
 #include "qvutils/common/text/qvstring.h"
 
+class qvScriptServer;
+
 /// Runs scripts, and returns when they have ended. Each posts an error and returns false when the
 /// script could not be run, was stopped (a kill request) or has failed.
 
@@ -16,3 +18,7 @@ QVCORE_API bool qvRunCommandScript(QVString name, QVString text);
 /// appears as normal output while it runs. The text lies in a file private to the user meanwhile.
 QVCORE_API bool qvRunPythonText(QVString text, List<QVString> parameters);
 QVCORE_API bool qvRunPythonFile(const std::string& path, const List<QVString>& parameters);
+
+/// Whether the script server may be used for something else: true unless a program is connected
+/// that the user wants to keep.
+QVCORE_API bool qvMayDisconnect(qvScriptServer& server);

@@ -25,7 +25,8 @@ public:
     /// The port, 0 before the first start.
     virtual int localport() const = 0;
 
-    /// Listens on this very port, or with 0 on a free one; false when it is taken.
+    /// Drops who is connected and listens on this very port, or with 0 on a free one. False when it
+    /// is taken; a server that listened goes on listening where it did.
     virtual bool listen(int port) = 0;
     /// Listens on the port `portBase + argument` or, when that is taken, on the next free one.
     virtual bool start(int argument) = 0;

@@ -232,8 +232,8 @@ bool qvScriptManager::choosePort(int port) {
     qvScriptServer* server = getProjectManager().services().scriptServer();
     if (!server || server->isExecuting()) return true;  // the run will say so
     const bool wasListening = server->isListening();
-    if (port != 0) {
-        if (!server->listen(port)) return false;
+    if (port != 0 && !(wasListening && port == server->localport())) {
+        if (!qvMayDisconnect(*server) || !server->listen(port)) return false;
     } else if (!server->isInitialised() && !askPort(*server)) {
         return false;
     }

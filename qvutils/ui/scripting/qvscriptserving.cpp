@@ -42,8 +42,10 @@ bool qvScriptServing::tryPort(int port) {
 
 bool qvScriptServing::listen(int port) {
     if (qverr() || refuseWhileExecuting()) return false;
+    const bool wasListening = isListening();
     if (tryPort(port)) return true;
     qverr().setf("%s\n", server_.lastError().c_str());
+    if (wasListening) tryPort(port_);
     return false;
 }
 

@@ -151,9 +151,23 @@ TEST_F(ScriptManagerTest, asks_for_the_port_until_there_is_a_server) {
     EXPECT_EQ(output.takeNormal(), "EXECUTING PYTHON SCRIPT...\n" + port + "\n");
     EXPECT_EQ(run("app.scripts.run(\"a.py\")"), "") << "the port is known now";
     EXPECT_EQ(output.takeNormal(), "EXECUTING PYTHON SCRIPT...\n" + port + "\n");
-    EXPECT_EQ(
-        run("app.scripts.run(\"a.py\", " + std::to_string(taken.localport()) + ")").substr(0, 14),
-        "socket error: ");
+
+    qvScriptServing& serving = *application.scriptServer();
+    ASSERT_TRUE(serving.listen(0));
+    const int listening = serving.localport();
+    const std::string toTaken =
+        "app.scripts.run(\"a.py\", " + std::to_string(taken.localport()) + ")";
+    EXPECT_EQ(run(toTaken).substr(0, 14), "socket error: ");
+    EXPECT_TRUE(serving.isListening());
+    EXPECT_EQ(serving.localport(), listening);
+
+    qvplatform::TcpSocket other;
+    ASSERT_EQ(other.connect("127.0.0.1", listening, 5000), qvplatform::ConnectResult::connected);
+    serving.serve([&] { return !serving.isConnected(); }, 10);
+    output.takeNormal();
+    EXPECT_EQ(run("app.scripts.run(\"a.py\", " + port + ")"), "");
+    EXPECT_TRUE(serving.isConnected()) << "nobody said that it may be dropped";
+    EXPECT_EQ(output.takeNormal(), "");
 }
 
 TEST(ScriptManagerAlone, without_a_user_the_missing_port_is_an_error) {
