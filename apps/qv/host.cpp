@@ -128,7 +128,8 @@ bool Host::runFile(const std::string& path) {
 bool Host::runInput() {
     std::string line;
     source_ = "standard input";
-    for (int number = 1; readLine(stdin, line); ++number) {
+    // Before a read that nothing may end.
+    for (int number = 1; !isKilled() && readLine(stdin, line); ++number) {
         if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
         if (line.find('\0') != std::string::npos) {
             firstLine_ = number;
@@ -138,7 +139,7 @@ bool Host::runInput() {
         }
         if (!run(source_, line.c_str(), number)) return false;
     }
-    return true;
+    return !isKilled();
 }
 
 bool Host::fail() {

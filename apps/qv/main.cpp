@@ -103,9 +103,11 @@ void runInputs(const Options& options, Host& host) {
     }
 }
 
-// Holds the run signal, so that Ctrl-C stops what runs and with it the rest of the inputs.
+// Holds the run signal, so that Ctrl-C, or a request to end, stops what runs and with it the rest of
+// the inputs.
 void runWithoutPrompt(const Options& options, Host& host) {
     const qvRunSignal running;
+    stopOperationsOnRequest();
     if (options.action == Options::Action::prompt)
         host.runInput();
     else

@@ -19,8 +19,12 @@ bool stopOperation() {
     return true;
 }
 
-bool forCommands(StopRequest request) {
+bool forPrompt(StopRequest request) {
     return request == StopRequest::interrupt && stopOperation();
+}
+
+bool forCommands(StopRequest) {
+    return stopOperation();
 }
 
 bool forServer(StopRequest request) {
@@ -33,6 +37,10 @@ bool forServer(StopRequest request) {
 }  // namespace
 
 void stopOperationsOnInterrupt() {
+    qvplatform::setStopHandler(forPrompt);
+}
+
+void stopOperationsOnRequest() {
     qvplatform::setStopHandler(forCommands);
 }
 

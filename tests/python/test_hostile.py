@@ -1,14 +1,17 @@
 """Clients that `qv serve` must survive; after each of them a good one is served."""
 
+import os
 import random
 import socket
 import struct
+import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
 import qvclient
-from support import MEASURABLE, QvServe, frame, raw_connection
+from support import MEASURABLE, QV, QvServe, frame, raw_connection
 
 
 def text(command):
@@ -148,6 +151,26 @@ class Alone(unittest.TestCase):
             began = time.monotonic()
             self.assertEqual(server.stop(), 0)
             self.assertLess(time.monotonic() - began, 5)
+
+    @unittest.skipIf(sys.platform == "win32", "no signals")
+    def test_a_request_to_end_leaves_no_files_behind(self):
+        for arguments, status in (("serve", "--port", "0"), 0), ((), 1):
+            with self.subTest(arguments), tempfile.TemporaryDirectory() as folder:
+                process = subprocess.Popen(
+                    [QV, *arguments],
+                    env={**os.environ, "QV_SETTINGS": "none", "TMPDIR": folder},
+                    stdin=subprocess.PIPE,
+                    stdout=subprocess.PIPE,
+                    stderr=subprocess.DEVNULL,
+                )
+                with process:
+                    process.stdin.write(b"app.numsubnodes()\n")
+                    process.stdin.flush()
+                    process.stdout.readline()
+                    self.assertNotEqual(os.listdir(folder), [])
+                    process.terminate()
+                    self.assertEqual(process.wait(20), status)
+                self.assertEqual(os.listdir(folder), [])
 
 
 if __name__ == "__main__":
