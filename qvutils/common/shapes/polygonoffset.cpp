@@ -181,10 +181,12 @@ const char* offsetCounterClockwise(QVPoints& vertices, double distance) {
     if (!edges.moveTo(std::fabs(distance))) return nothingLeft;
     QVPoints moved = edges.outline();
     const RectT<double> rect = qvBoundingRect(vertices);
-    dropRepeated(moved, 1e-14 * (rect.right - rect.left + rect.top - rect.bottom));
+    const double size = rect.right - rect.left + rect.top - rect.bottom;
+    dropRepeated(moved, 1e-14 * size);
     if (moved.size() < 3) return nothingLeft;
-    if (!(qvSignedArea(moved) > 0) || !qvIsSimplePolygon(moved))
-        return qvOffsetInParts(vertices, distance);
+    if (!(qvSignedArea(moved) > 0) || !qvIsSimplePolygon(moved)) {
+        if (const char* flaw = qvOutlineOf(moved, size + std::fabs(distance))) return flaw;
+    }
     vertices = std::move(moved);
     return nullptr;
 }

@@ -1,7 +1,12 @@
 #pragma once
 #include "qvutils/common/shapes/planegeometry.h"
 
-/// The same as qvOffsetPolygon, for where a polygon that runs counter-clockwise falls apart or
-/// closes around a hole on the way; to about 1e-7 of its size. With more than 1000 vertices it is
-/// refused whatever it becomes.
-const char* qvOffsetInParts(QVPoints& vertices, double distance);
+/// The edge of what a closed line winds around counter-clockwise, whatever crosses in the line; on
+/// it stay the vertices that are on the edge, and edges meet where they cross. Null when that is a
+/// single outline, which the line then becomes; else it stays, and the result says whether that is
+/// nothing, several parts, or has a hole. Parts and holes below 1e-9 of the area of `size` x `size`
+/// do not count. The steps are up to the square of the number of vertices; more than
+/// `mostLineVertices` are refused.
+const char* qvOutlineOf(QVPoints& line, double size);
+
+constexpr std::size_t mostLineVertices = 3000;

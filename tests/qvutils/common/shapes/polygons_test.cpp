@@ -276,13 +276,30 @@ TEST(PolygonOffset, edges_vanish_on_the_way) {
          -2.5,
          9,
          4},
+        // A bay whose arms grow over each other, with edges that come to lie in line.
+        {{{0, 0}, {1, 0}, {1, 1}, {3, 1}, {3, 2}, {4, 2}, {4, 3}, {5, 3}, {5, 4},
+          {5, 5}, {4, 5}, {4, 4}, {3, 4}, {3, 3}, {2, 3}, {2, 2}, {1, 2}, {1, 4},
+          {1, 6}, {1, 7}, {4, 7}, {4, 6}, {5, 6}, {5, 8}, {0, 8}},
+         2.375,
+         9.75 * 12.75 - 3 - 2 - 2,
+         10},
     };
     for (const auto& row : rows) {
         QVPoints points = row.polygon;
         ASSERT_STREQ(qvOffsetPolygon(points, row.distance), nullptr) << row.area;
-        EXPECT_NEAR(std::fabs(qvSignedArea(points)), row.area, 1e-6);
-        EXPECT_LE(points.size(), row.vertices) << row.area;
+        EXPECT_NEAR(std::fabs(qvSignedArea(points)), row.area, 1e-12);
+        EXPECT_EQ(points.size(), row.vertices) << row.area;
     }
+    // A tip that runs through the edges opposite; beside it a vertex with a turn of half a degree.
+    QVPoints knife{{-0.6, -0.3}, {-0.3, -0.3}, {0.3, 0.5},    {-0.7, 0},    {0.4, 1},    {0.5, 0.2},
+                   {0.8, -0.8},  {0.1, -0.82}, {-0.7, -0.85}, {-0.9, -0.6}, {-0.8, -0.1}};
+    ASSERT_STREQ(qvOffsetPolygon(knife, 1), nullptr);
+    const double turn = std::atan2(0.02, 0.7), next = std::atan2(0.03, 0.8);
+    const double reach = 1 / std::cos((next - turn) / 2), middle = (turn + next) / 2;
+    const Point kept{0.1 + reach * std::sin(middle), -0.82 - reach * std::cos(middle)};
+    EXPECT_TRUE(std::any_of(knife.begin(), knife.end(), [&](const Point& p) {
+        return std::hypot(p.x - kept.x, p.y - kept.y) < 1e-12;
+    }));
 }
 
 TEST(PolygonOffset, a_result_that_is_no_polygon_is_refused_with_its_reason) {
