@@ -63,6 +63,11 @@ public:
         return origin.variable_ ? convert(origin.variable_->GetValue()) : origin.value_;
     }
     operator T() const { return GetValue(); }
+    /// Why the value now is none, as qvNamedVariable::GetFlaw has it; empty when it is one.
+    QVString GetFlaw() const {
+        const qvParameter& origin = getOrigin();
+        return origin.variable_ ? origin.variable_->GetFlaw() : QVString();
+    }
     /// The value now with the fewest digits that read back the same, complex as "(re,im)".
     QVString GetValueString() const { return qvShortestText(GetValue()); }
     /// The text of the expression or of the value, empty when undefined: of the parameter that the

@@ -4,10 +4,14 @@
 #include <cmath>
 #include <numbers>
 
-const qvClassInfo QVEllipse::cinfo_QVEllipse("QVEllipse", QVShape::getStaticClassInfo(), nullptr,
-                                             qvCreateObject<QVEllipse>);
+const qvClassInfo QVEllipse::cinfo_QVEllipse("QVEllipse", QVBoxedShape::getStaticClassInfo(),
+                                             nullptr, qvCreateObject<QVEllipse>);
 
-const QVShapeKind QVEllipse::kind{"ELLIPSE(", "width, height", "Ellipse", "ellipse",
+const QVShapeKind QVEllipse::kind{"ELLIPSE(",
+                                  "width, height",
+                                  "Ellipse",
+                                  "ellipse",
+                                  "Cannot created weighted shape  - incompatible geometry\n",
                                   [] { return std::unique_ptr<QVShape>(new QVEllipse); }};
 
 namespace {
@@ -48,15 +52,8 @@ double distanceInQuadrant(double a, double b, double x, double y) {
 }  // namespace
 
 void QVEllipse::forEachDimension(const std::function<void(const QVDimension&)>& visit) {
-    visit({&width, "width"});
-    visit({&height, "height"});
-    visit({&angle, "angle", QVDimension::finite, true});
-}
-
-bool QVEllipse::Contains(const PointT<double>& point) const {
-    bool inside = false;
-    ContainsAll({&point, 1}, {&inside, 1});
-    return inside;
+    QVBoxedShape::forEachDimension(visit);
+    visit({&angle, "angle", &WeightType::angle, QVDimension::finite, true});
 }
 
 void QVEllipse::ContainsAll(std::span<const PointT<double>> points, std::span<bool> inside) const {
@@ -72,24 +69,8 @@ void QVEllipse::ContainsAll(std::span<const PointT<double>> points, std::span<bo
     }
 }
 
-void QVEllipse::getSize(double& w, double& h) const {
-    w = width;
-    h = height;
-}
-
-bool QVEllipse::setSize(double w, double h) {
-    if (!checkSize(w, h)) return false;
-    width = w;
-    height = h;
-    return true;
-}
-
 QVCircle QVEllipse::getBoundingCircle() const {
     return {{0, 0}, std::max(width.GetValue(), height.GetValue()) / 2};
-}
-
-double QVEllipse::GetMinLinearDimension() const {
-    return std::min(width.GetValue(), height.GetValue());
 }
 
 double QVEllipse::getArea() const {
@@ -132,16 +113,6 @@ RectT<double> QVEllipse::getTurnedBoundingRect(const QVRotation& turn) const {
     return {-x, y, x, -y};
 }
 
-std::unique_ptr<QVShape> QVEllipse::CreateExpandedShape(double distance) const {
-    if (!Check()) return nullptr;
-    const double w = width + 2 * distance;
-    const double h = height + 2 * distance;
-    if (!checkExpanded(distance, w, h)) return nullptr;
-    auto expanded = newCopy(nameSpace());
-    expanded->setSize(w, h);
-    return expanded;
-}
-
 std::unique_ptr<QVShape> QVEllipse::CreateRotatedShape(double turned) const {
     if (!Check() || !checkAngle(turned)) return nullptr;
     auto result = std::make_unique<QVEllipse>();
@@ -156,18 +127,4 @@ std::unique_ptr<QVShape> QVEllipse::CreateRotatedShape(double turned) const {
         result->angle = std::remainder(angle + std::remainder(turned, 180), 180);
     }
     return result;
-}
-
-bool QVEllipse::SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) {
-    if (!canBlend(a, b, weight, "Cannot created weighted shape  - incompatible geometry\n"))
-        return false;
-    const auto& first = static_cast<const QVEllipse&>(a);
-    const auto& second = static_cast<const QVEllipse&>(b);
-    const double w = std::lerp(first.width.GetValue(), second.width.GetValue(), weight.x);
-    const double h = std::lerp(first.height.GetValue(), second.height.GetValue(), weight.y);
-    const double turn = std::lerp(first.angle.GetValue(), second.angle.GetValue(), weight.angle);
-    width = w;
-    height = h;
-    angle = turn;
-    return true;
 }

@@ -1,35 +1,26 @@
 #pragma once
-#include "qvutils/common/shapes/qvshape.h"
+#include "qvutils/common/shapes/qvboxedshape.h"
 
 /// ELLIPSE(width, height) or ELLIPSE(width, height, angle): centred on the origin, with full axes
 /// `width` and `height`, the first of which is turned by `angle` from the x-axis. The text form
 /// leaves out an angle of 0.
-class QVCORE_API QVEllipse : public QVShape {
+class QVCORE_API QVEllipse : public QVBoxedShape {
 public:
     QV_CLASS_INFO(QVEllipse)
 
     /// A circle of diameter 1.
-    QVEllipse() : width(1), height(1), angle(0) {}
+    QVEllipse() : angle(0) {}
 
-    qvParameter<double> width;   ///< in micrometres
-    qvParameter<double> height;  ///< in micrometres
-    qvParameter<double> angle;   ///< in degrees
+    qvParameter<double> angle;  ///< in degrees
 
     static const QVShapeKind kind;
     const QVShapeKind& getKind() const override { return kind; }
-    using QVShape::Contains;
-    bool Contains(const PointT<double>& point) const override;
     void ContainsAll(std::span<const PointT<double>> points, std::span<bool> inside) const override;
-    void getSize(double& w, double& h) const override;
-    bool setSize(double w, double h) override;
     QVCircle getBoundingCircle() const override;
-    double GetMinLinearDimension() const override;
     double getArea() const override;
     double getDistanceToEdge(const PointT<double>& point) const override;
     std::vector<PointT<double>> getOutline(double tolerance) const override;
-    std::unique_ptr<QVShape> CreateExpandedShape(double distance) const override;
     std::unique_ptr<QVShape> CreateRotatedShape(double angle) const override;
-    bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
     void OnPublish() override;
 
 protected:

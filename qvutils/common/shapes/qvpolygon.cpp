@@ -16,8 +16,11 @@ const qvClassInfo QVPolygonPoint::cinfo_QVPolygonPoint("QVPolygonPoint",
 const qvClassInfo QVPolygon::cinfo_QVPolygon("QVPolygon", QVShape::getStaticClassInfo(), nullptr,
                                              qvCreateObject<QVPolygon>);
 
-const QVShapeKind QVPolygon::kind{"POLYGON(", "point1x, point1y, point2x, point2y, ...", "Polygon",
+const QVShapeKind QVPolygon::kind{"POLYGON(",
+                                  "point1x, point1y, point2x, point2y, ...",
+                                  "Polygon",
                                   "polygon",
+                                  "Cannot create weighted shape  - incompatible geometry\n",
                                   [] { return std::unique_ptr<QVShape>(new QVPolygon); }};
 
 QVPolygon::QVPolygon() {
@@ -31,8 +34,8 @@ QVPolygon::QVPolygon(const QVPoints& vertices, qvNameSpace* space) {
 
 void QVPolygon::forEachDimension(const std::function<void(const QVDimension&)>& visit) {
     for (QVPolygonPoint& point : plist) {
-        visit({&point.x, "x coordinate of a vertex", QVDimension::finite});
-        visit({&point.y, "y coordinate of a vertex", QVDimension::finite});
+        visit({&point.x, "x coordinate of a vertex", &WeightType::x, QVDimension::finite});
+        visit({&point.y, "y coordinate of a vertex", &WeightType::y, QVDimension::finite});
     }
 }
 
@@ -101,7 +104,7 @@ bool QVPolygon::ParseString(const char* text) {
     std::string flaw;
     for (const std::string_view piece : pieces) {
         qvParameter<double> coordinate;
-        flaw = qvFlawOfDimension({&coordinate, "a coordinate", QVDimension::finite}, piece,
+        flaw = qvFlawOfDimension({&coordinate, "a coordinate", nullptr, QVDimension::finite}, piece,
                                  nameSpace());
         if (!flaw.empty()) break;
     }
@@ -137,15 +140,19 @@ bool QVPolygon::insertPoint(int idx, const QVString& x, const QVString& y) {
     }
     QVPolygonPoint point;
     for (auto [parameter, name, text] : {std::tuple(&point.x, "x", &x), {&point.y, "y", &y}}) {
-        const std::string flaw =
-            qvFlawOfDimension({parameter, name, QVDimension::finite}, text->view(), nameSpace());
+        const QVDimension coordinate{parameter, name, nullptr, QVDimension::finite};
+        std::string flaw = qvFlawOfDimension(coordinate, text->view(), nameSpace());
+        if (flaw.empty()) {
+            parameter->SetValueOrExpression(nameSpace(), *text);
+            flaw = coordinate.flawNow();
+            if (!flaw.empty()) flaw = std::string(name) + " " + flaw;
+        }
         if (flaw.empty()) continue;
-        qverr().setf("cannot insert the point (%s, %s): %s\n", x.Chars(), y.Chars(), flaw.c_str());
+        if (!flaw.ends_with('\n')) flaw += '\n';
+        qverr().setf("cannot insert the point (%s, %s): %s", x.Chars(), y.Chars(), flaw.c_str());
         return false;
     }
-    plist.insert(idx, QVPolygonPoint());
-    plist[idx].x.SetValueOrExpression(nameSpace(), x);
-    plist[idx].y.SetValueOrExpression(nameSpace(), y);
+    plist.insert(idx, point);
     return true;
 }
 
@@ -159,23 +166,6 @@ bool QVPolygon::removePoint(int idx) {
         return true;
     }
     return false;
-}
-
-bool QVPolygon::SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) {
-    const char* incompatible = "Cannot create weighted shape  - incompatible geometry\n";
-    if (!canBlend(a, b, weight, incompatible)) return false;
-    QVPoints first = static_cast<const QVPolygon&>(a).getVertices();
-    const QVPoints second = static_cast<const QVPolygon&>(b).getVertices();
-    if (first.size() != second.size()) {
-        qverr().set(incompatible);
-        return false;
-    }
-    for (std::size_t i = 0; i < first.size(); ++i) {
-        first[i] = {std::lerp(first[i].x, second[i].x, weight.x),
-                    std::lerp(first[i].y, second[i].y, weight.y)};
-    }
-    setVertices(first);
-    return true;
 }
 
 bool QVPolygon::Check() const {

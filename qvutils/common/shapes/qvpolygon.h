@@ -63,7 +63,6 @@ public:
     void getSize(double& w, double& h) const override;
     bool setSize(double w, double h) override;
     bool ParseString(const char* text) override;
-    bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
     bool Check() const override;
     void OnPublish() override;
 

@@ -5,20 +5,15 @@
 
 #include "qvutils/common/shapes/qvpolygon.h"
 
-const qvClassInfo QVRectangle::cinfo_QVRectangle("QVRectangle", QVShape::getStaticClassInfo(),
+const qvClassInfo QVRectangle::cinfo_QVRectangle("QVRectangle", QVBoxedShape::getStaticClassInfo(),
                                                  nullptr, qvCreateObject<QVRectangle>);
 
-const QVShapeKind QVRectangle::kind{"RECTANGLE(", "width, height", "Rectangle", "rectangle",
+const QVShapeKind QVRectangle::kind{"RECTANGLE(",
+                                    "width, height",
+                                    "Rectangle",
+                                    "rectangle",
+                                    "Cannot created weighted shape  - incompatible geometry\n",
                                     [] { return std::unique_ptr<QVShape>(new QVRectangle); }};
-
-void QVRectangle::forEachDimension(const std::function<void(const QVDimension&)>& visit) {
-    visit({&width, "width"});
-    visit({&height, "height"});
-}
-
-bool QVRectangle::Contains(const PointT<double>& p) const {
-    return std::fabs(p.x) <= width / 2 && std::fabs(p.y) <= height / 2;
-}
 
 void QVRectangle::ContainsAll(std::span<const PointT<double>> points,
                               std::span<bool> inside) const {
@@ -28,24 +23,8 @@ void QVRectangle::ContainsAll(std::span<const PointT<double>> points,
         inside[i] = std::fabs(points[i].x) <= x && std::fabs(points[i].y) <= y;
 }
 
-void QVRectangle::getSize(double& w, double& h) const {
-    w = width;
-    h = height;
-}
-
-bool QVRectangle::setSize(double w, double h) {
-    if (!checkSize(w, h)) return false;
-    width = w;
-    height = h;
-    return true;
-}
-
 QVCircle QVRectangle::getBoundingCircle() const {
     return {{0, 0}, std::hypot(width / 2, height / 2)};
-}
-
-double QVRectangle::GetMinLinearDimension() const {
-    return std::min(width.GetValue(), height.GetValue());
 }
 
 double QVRectangle::getArea() const {
@@ -73,16 +52,6 @@ RectT<double> QVRectangle::getTurnedBoundingRect(const QVRotation& turn) const {
     return {-x, y, x, -y};
 }
 
-std::unique_ptr<QVShape> QVRectangle::CreateExpandedShape(double distance) const {
-    if (!Check()) return nullptr;
-    const double w = width + 2 * distance;
-    const double h = height + 2 * distance;
-    if (!checkExpanded(distance, w, h)) return nullptr;
-    auto expanded = newCopy(nameSpace());
-    expanded->setSize(w, h);
-    return expanded;
-}
-
 std::unique_ptr<QVShape> QVRectangle::CreateRotatedShape(double angle) const {
     if (!Check() || !checkAngle(angle)) return nullptr;
     const QVRotation turn(angle);
@@ -97,16 +66,4 @@ std::unique_ptr<QVShape> QVRectangle::CreateRotatedShape(double angle) const {
     std::vector<PointT<double>> corners = getOutline();
     for (PointT<double>& corner : corners) corner = turn(corner);
     return std::make_unique<QVPolygon>(corners, nameSpace());
-}
-
-bool QVRectangle::SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) {
-    if (!canBlend(a, b, weight, "Cannot created weighted shape  - incompatible geometry\n"))
-        return false;
-    const auto& first = static_cast<const QVRectangle&>(a);
-    const auto& second = static_cast<const QVRectangle&>(b);
-    const double w = std::lerp(first.width.GetValue(), second.width.GetValue(), weight.x);
-    const double h = std::lerp(first.height.GetValue(), second.height.GetValue(), weight.y);
-    width = w;
-    height = h;
-    return true;
 }

@@ -12,19 +12,23 @@ const qvClassInfo QVRegularPolygon::cinfo_QVRegularPolygon("QVRegularPolygon",
                                                            qvCreateObject<QVRegularPolygon>);
 
 const QVShapeKind QVRegularPolygon::kind{
-    "REGPOLY(", "numvertices, angle, width, height", "Regular Polygon", "regular polygon",
+    "REGPOLY(",
+    "numvertices, angle, width, height",
+    "Regular Polygon",
+    "regular polygon",
+    "Cannot create weighted shape  - incompatible geometry\n",
     [] { return std::unique_ptr<QVShape>(new QVRegularPolygon); }};
 
 void QVRegularPolygon::forEachDimension(const std::function<void(const QVDimension&)>& visit) {
-    visit({&numvertices, "numvertices", QVDimension::vertexCount});
-    visit({&angle, "angle", QVDimension::finite});
-    visit({&width, "width"});
-    visit({&height, "height"});
+    visit({&numvertices, "numvertices", nullptr, QVDimension::vertexCount});
+    visit({&angle, "angle", &WeightType::angle, QVDimension::finite});
+    visit({&width, "width", &WeightType::x});
+    visit({&height, "height", &WeightType::y});
 }
 
 std::vector<PointT<double>> QVRegularPolygon::getVertices() const {
     const int n = numvertices;
-    const double start = angle;
+    const double start = std::remainder(angle.GetValue(), 360);
     if (n < minVertices || n > maxVertices || !std::isfinite(start)) return {};
     QVPoints vertices;
     vertices.reserve(static_cast<std::size_t>(n));
@@ -52,7 +56,7 @@ bool QVRegularPolygon::setSize(double w, double h) {
 }
 
 bool QVRegularPolygon::setNumVertices(int n) {
-    const QVDimension dimension{&numvertices, "numvertices", QVDimension::vertexCount};
+    const QVDimension dimension{&numvertices, "numvertices", nullptr, QVDimension::vertexCount};
     if (const char* flaw = dimension.flawOf(n)) {
         qverr().setf("cannot set the number of vertices to %d: it %s\n", n, flaw);
         return false;
@@ -97,24 +101,4 @@ std::unique_ptr<QVShape> QVRegularPolygon::CreateRotatedShape(double turned) con
     QVPoints vertices = getVertices();
     std::transform(vertices.begin(), vertices.end(), vertices.begin(), turn);
     return makeFrom(vertices, std::remainder(angle + std::remainder(turned, 360), 360));
-}
-
-bool QVRegularPolygon::SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) {
-    const char* incompatible = "Cannot create weighted shape  - incompatible geometry\n";
-    if (!canBlend(a, b, weight, incompatible)) return false;
-    const auto& first = static_cast<const QVRegularPolygon&>(a);
-    const auto& second = static_cast<const QVRegularPolygon&>(b);
-    const int n = first.numvertices;
-    if (n != second.numvertices) {
-        qverr().set(incompatible);
-        return false;
-    }
-    const double turn = std::lerp(first.angle.GetValue(), second.angle.GetValue(), weight.angle);
-    const double w = std::lerp(first.width.GetValue(), second.width.GetValue(), weight.x);
-    const double h = std::lerp(first.height.GetValue(), second.height.GetValue(), weight.y);
-    numvertices = n;
-    angle = turn;
-    width = w;
-    height = h;
-    return true;
 }

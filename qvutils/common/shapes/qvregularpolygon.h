@@ -29,7 +29,6 @@ public:
     void getSize(double& w, double& h) const override;
     bool setSize(double w, double h) override;
     std::unique_ptr<QVShape> CreateRotatedShape(double angle) const override;
-    bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) override;
     void OnPublish() override;
 
 protected:

@@ -45,6 +45,17 @@ const char* QVDimension::flawOf(double value) const {
     return possible ? nullptr : "must be from 3 to 1000000";
 }
 
+std::string QVDimension::flawNow() const {
+    return with([&](const auto* p) -> std::string {
+        const auto value = p->GetValue();
+        if (const QVString cause = p->GetFlaw(); !cause.Empty())
+            return std::string("has no value\n") + cause.Chars();
+        const char* flaw = flawOf(value);
+        if (!flaw) return {};
+        return std::string("is ") + qvShortestText(value).Chars() + "\n   it " + flaw + "\n";
+    });
+}
+
 bool QVDimension::isLeftOut() const {
     return optional && with([](const auto* p) { return p->IsValue() && p->GetValue() == 0; });
 }
@@ -218,8 +229,10 @@ bool QVShape::checkAngle(double angle) const {
 }
 
 bool QVShape::checkExpanded(double distance, double w, double h) const {
-    if (!std::isfinite(distance) || !std::isfinite(w) || !std::isfinite(h))
+    if (!std::isfinite(distance))
         refuseToExpand(distance, "the distance is not a finite number");
+    else if (!std::isfinite(w) || !std::isfinite(h))
+        refuseToExpand(distance, "it would be too large");
     else if (!(w > 0 && h > 0))
         refuseToExpand(distance, "nothing would be left");
     else
@@ -227,17 +240,31 @@ bool QVShape::checkExpanded(double distance, double w, double h) const {
     return false;
 }
 
-bool QVShape::canBlend(const QVShape& a, const QVShape& b, const WeightType& weight,
-                       const char* message) const {
-    if (&a.getKind() != &getKind() || &b.getKind() != &getKind()) {
+bool QVShape::SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) {
+    const auto refuse = [](const char* message) {
         qverr().set(message);
-    } else if (!std::isfinite(weight.x) || !std::isfinite(weight.y) ||
-               !std::isfinite(weight.angle)) {
-        qverr().set("Cannot create weighted shape: a weight is not a finite number\n");
-    } else {
-        return true;
+        return false;
+    };
+    if (&a.getKind() != &getKind() || &b.getKind() != &getKind())
+        return refuse(getKind().cannotBlend);
+    if (!std::isfinite(weight.x) || !std::isfinite(weight.y) || !std::isfinite(weight.angle))
+        return refuse("Cannot create weighted shape: a weight is not a finite number\n");
+    if (!a.Check() || !b.Check()) return false;
+    const std::unique_ptr<QVShape> blend = a.newCopy(nullptr);
+    const std::vector<QVDimension> first = blend->dimensions();
+    const std::vector<QVDimension> second = b.dimensions();
+    if (first.size() != second.size()) return refuse(getKind().cannotBlend);
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        const auto value = [](const auto* parameter) -> double { return parameter->GetValue(); };
+        const double from = first[i].with(value), to = second[i].with(value);
+        if (double WeightType::*part = first[i].weight)
+            first[i].with([&](auto* p) { p->SetValue(std::lerp(from, to, weight.*part)); });
+        else if (from != to)
+            return refuse(getKind().cannotBlend);
     }
-    return false;
+    if (!blend->Check()) return false;
+    takeDimensions(*blend);
+    return true;
 }
 
 bool QVShape::AreAllParametersValues() const {
@@ -270,14 +297,10 @@ bool QVShape::Check() const {
     bool good = true;
     forEachDimension([&](const QVDimension& dimension) {
         if (!good) return;
-        dimension.with([&](const auto* parameter) {
-            const auto value = parameter->GetValue();
-            const char* flaw = dimension.flawOf(value);
-            if (!flaw) return;
-            good = false;
-            qverr().setf("the %s of %s is %s\n   it %s\n", dimension.name,
-                         shortDefinition().Chars(), qvShortestText(value).Chars(), flaw);
-        });
+        const std::string flaw = dimension.flawNow();
+        good = flaw.empty();
+        if (good) return;
+        qverr().setf("the %s of %s %s", dimension.name, shortDefinition().Chars(), flaw.c_str());
     });
     return good;
 }

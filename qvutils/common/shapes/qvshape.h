@@ -2,6 +2,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <variant>
@@ -22,6 +23,8 @@ struct QVCORE_API QVDimension {
 
     std::variant<qvParameter<double>*, qvParameter<int>*> parameter;
     const char* name;
+    /// Which weight a blend takes for it; null when two shapes are blended only with equal ones.
+    double WeightType::*weight = nullptr;
     Need need = positive;
     bool optional =
         false;  ///< the last one, which the text form leaves out when it is the number 0
@@ -33,6 +36,9 @@ struct QVCORE_API QVDimension {
     }
     /// Null for a value that will do, else what is wrong: "must be a positive number".
     const char* flawOf(double value) const;
+    /// What is wrong with the value now: "is -1\n   it must be a positive number", or "has no
+    /// value" and why its formula could not be evaluated. Empty when nothing is.
+    std::string flawNow() const;
     bool isLeftOut() const;
 };
 
@@ -43,10 +49,11 @@ struct QVCircle {
 
 /// What all shapes of one kind have in common.
 struct QVShapeKind {
-    const char* keyword;     ///< of the text form, with its bracket: "RECTANGLE("
-    const char* parameters;  ///< the names of the parameters in their order: "width, height"
-    const char* name;        ///< "Rectangle"
-    const char* lowerName;   ///< "rectangle", as in the middle of a message
+    const char* keyword;      ///< of the text form, with its bracket: "RECTANGLE("
+    const char* parameters;   ///< the names of the parameters in their order: "width, height"
+    const char* name;         ///< "Rectangle"
+    const char* lowerName;    ///< "rectangle", as in the middle of a message
+    const char* cannotBlend;  ///< the message when two shapes do not fit together
     std::unique_ptr<QVShape> (*create)();
 };
 
@@ -134,21 +141,22 @@ public:
     static std::unique_ptr<QVShape> ReadShape(qvNameSpace* space, const QVString& text);
 
     /// Makes this shape a blend of two of its own kind; the dimensions become plain values. False,
-    /// with an error posted and nothing changed, when they do not fit.
-    virtual bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight) = 0;
+    /// with an error posted and nothing changed, when they do not fit or the result is no shape.
+    virtual bool SetToWeighted(const QVShape& a, const QVShape& b, const WeightType& weight);
     virtual bool AreAllParametersValues() const;
     /// The same kind with equal parameters; see qvParameter.
     virtual bool operator==(const QVShape& other) const;
     bool EqualsTo(const QVObject& other) const override;
 
     /// Whether the dimensions, as they are now, make a shape. When not, an error says which does
-    /// not: "the width of RECTANGLE(w1, 2) is -1\n   it must be a positive number\n".
+    /// not: "the width of RECTANGLE(w1, 2) is -1\n   it must be a positive number\n". See
+    /// QVDimension::flawNow.
     virtual bool Check() const;
     /// Makes the formulas those of another namespace; without one they stay what they are.
     void ChangeNameSpace(qvNameSpace* space);
 
     void OnPublish() override;
-    /// A number that Check would refuse is refused here, and the parameter keeps its value.
+    /// What Check would refuse is refused here, and the parameter keeps its value.
     void SetParam(QVCommandElt& element, const char* value, const char* name) override;
 
     /// Called when a command has changed a dimension or the points. Copies begin without it.
@@ -186,10 +194,6 @@ protected:
     void refuse(const char* verb, const char* reason) const;
     void refuseToExpand(double distance, const char* reason) const;
     QVString shortDefinition() const;
-    /// Whether two shapes to be blended are of this kind, and the weights are numbers; else posts
-    /// `message`, or what is wrong with the weights.
-    bool canBlend(const QVShape& a, const QVShape& b, const WeightType& weight,
-                  const char* message) const;
 
 private:
     QVString typeName_;  ///< as published

@@ -122,7 +122,8 @@ void QVPolygonPoint::OnPublish() {
 
 void QVPolygonPoint::SetParam(QVCommandElt& element, const char* value, const char* name) {
     qvParameter<double>* parameter = element.getScalarPtr() == &x ? &x : &y;
-    qvAssignDimension({parameter, "coordinate", QVDimension::finite}, element, value, name);
+    qvAssignDimension({parameter, "coordinate", nullptr, QVDimension::finite}, element, value,
+                      name);
     if (polygon_) polygon_->tellChange();
 }
 

@@ -89,8 +89,9 @@ void qvAssignDimension(const QVDimension& dimension, QVCommandElt& element, cons
         if (qverr()) return;
         const char* flaw = qvFlawOfShapeParameter(parameter->GetMyExpression().view());
         if (!flaw && parameter->IsValue()) flaw = dimension.flawOf(parameter->GetValue());
-        if (!flaw) return;
+        const std::string told = flaw ? std::string(flaw) + "\n" : dimension.flawNow();
+        if (told.empty()) return;
         *parameter = before;
-        qverr().setf("could not set \"%s\" to \"%s\"\n   it %s\n", path, value, flaw);
+        qverr().setf("could not set \"%s\" to \"%s\"\n   it %s", path, value, told.c_str());
     });
 }

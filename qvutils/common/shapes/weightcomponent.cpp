@@ -20,6 +20,7 @@ std::string told(const Error& error, const QVString& formula, const QVFormulaFau
 
 void prepareNumber(WeightComponent& component, const std::vector<WeightParam>&) {
     component.current = component.number.GetValue();
+    component.refuse(component.kind->keyword, component.number);
 }
 
 void prepareFormula(WeightComponent& component, const std::vector<WeightParam>& params) {
@@ -39,6 +40,7 @@ void prepareFormula(WeightComponent& component, const std::vector<WeightParam>& 
     int position = 1;
     for (const WeightParam& param : params) {
         formula.getNameSpace()[++position].value[0] = param.value.GetValue();
+        component.refuse(param.name.Chars(), param.value);
     }
     component.arguments.put(nullptr);
 }
@@ -124,8 +126,16 @@ double WeightRange::progress(double t) const {
     return (clamped(t) - start) / (end - start);
 }
 
+void WeightComponent::refuse(const char* what, const qvParameter<double>& value) {
+    const QVString cause = value.GetFlaw();
+    if (cause.Empty() || !flaw.empty()) return;
+    flaw = std::string("weighting function: ") + what + " has no value\n" + cause.Chars();
+    isTold = true;
+}
+
 void WeightComponent::prepare(const std::vector<WeightParam>& params) {
     flaw.clear();
+    isTold = false;
     kind->prepare(*this, params);
 }
 

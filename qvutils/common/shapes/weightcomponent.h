@@ -66,6 +66,8 @@ struct WeightComponent {
 
     /// Makes what follows from the definition and from the values of now.
     void prepare(const std::vector<WeightParam>& params);
+    /// A value that could not be evaluated is a flaw, about which there has been a warning.
+    void refuse(const char* what, const qvParameter<double>& value);
     /// The function at t, once prepared; posts an error and gives 0 where it has no value. Any
     /// number of threads may ask.
     double value(double t, const WeightRange& range) const;
@@ -76,7 +78,8 @@ struct WeightComponent {
     std::shared_ptr<const WeightTable> table;
     std::int64_t tableTime = 0;  ///< when the file of the table was written, and its length
     std::int64_t tableSize = 0;
-    std::string flaw;  ///< why there is no value anywhere; empty when there may be
+    std::string flaw;     ///< why there is no value anywhere; empty when there may be
+    bool isTold = false;  ///< a warning has told of the flaw
 };
 
 /// A kind of function: a row of the table, and all that is known of it.

@@ -5,6 +5,7 @@
 
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
+#include "qvutils/common/shapes/shapetext.h"
 #include "qvutils/common/shapes/weighting.h"
 #include "qvutils/common/text/qvnumber.h"
 
@@ -21,8 +22,7 @@ public:
         }
     }
     void SetParam(QVCommandElt& element, const char* value, const char* name) override {
-        if (owner_.mayTake(value)) QVObject::SetParam(element, value, name);
-        if (!qverr()) owner_.changed();
+        if (!owner_.setValue(element, value, name)) QVObject::SetParam(element, value, name);
     }
 
 private:
@@ -72,7 +72,7 @@ bool WeightFunc::ParseString(std::string_view text) {
     data_ = std::move(read);
     UpdateParamValues();
     for (const WeightComponent& function : data_->functions) {
-        if (!function.flaw.empty()) wlwrite(function.flaw.c_str());
+        if (!function.isTold) wlwrite(function.flaw.c_str());
     }
     return true;
 }
@@ -116,30 +116,34 @@ void WeightFunc::OnPublish() {
     }
 }
 
-/// A text that its definition could not be read back with is refused.
-bool WeightFunc::mayTake(std::string_view value) {
-    if (value.find("//") == value.npos) return true;
-    qverr().set("weighting functions cannot have \"//\"\n");
-    return false;
+bool WeightFunc::setValue(QVCommandElt& element, const char* value, const char* name) {
+    qvParameter<double>* const parameter = data_->findValue(element.getScalarPtr());
+    if (!parameter) return false;
+    qvAssignDimension({parameter, name, nullptr, QVDimension::finite}, element, value, name);
+    if (qverr()) return true;
+    UpdateParamValues();
+    if (onChange) onChange();
+    return true;
 }
 
 void WeightFunc::SetParam(QVCommandElt& element, const char* value, const char* name) {
-    if (mayTake(value)) QVObject::SetParam(element, value, name);
-    if (!qverr()) changed();
-}
-
-void WeightFunc::changed() {
-    UpdateParamValues();
-    if (onChange) onChange();
+    if (!setValue(element, value, name)) QVObject::SetParam(element, value, name);
 }
 
 void WeightFunc::setDefinition(const QVString& text) {
     if (qverr()) return;
-    if (!ParseString(text.view())) {
-        qverr().set("the weighting function stays as it was\n");
-        return;
+    auto read = std::make_unique<qvWeighting>();
+    if (read->read(text.view(), GetNameSpace())) {
+        read->prepare();
+        const std::string flaw = read->flaw();
+        if (flaw.empty()) {
+            data_ = std::move(read);
+            if (onChange) onChange();
+            return;
+        }
+        qverr().set(flaw.c_str());
     }
-    if (onChange) onChange();
+    qverr().append("the weighting function stays as it was\n");
 }
 
 QVString WeightFunc::valueText(double t) {

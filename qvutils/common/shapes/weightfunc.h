@@ -74,8 +74,9 @@ public:
 private:
     friend class qvWeightParams;
 
-    static bool mayTake(std::string_view value);
-    void changed();
+    /// A value set by a command; false when the element is none. See setDefinition.
+    bool setValue(QVCommandElt& element, const char* value, const char* name);
+    /// By a command: what cannot be evaluated, or a file that cannot be read, is refused here.
     void setDefinition(const QVString& text);
     QVString valueText(double t);
 

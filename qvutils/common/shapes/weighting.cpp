@@ -267,3 +267,20 @@ void qvWeighting::enter(qvNameSpace* space) {
     for (WeightComponent& function : functions) move(function.number);
     for (WeightParam& param : params) move(param.value);
 }
+
+std::string qvWeighting::flaw() const {
+    for (const WeightComponent& function : functions) {
+        if (!function.flaw.empty()) return function.flaw;
+    }
+    return {};
+}
+
+qvParameter<double>* qvWeighting::findValue(const void* address) {
+    for (WeightComponent& function : functions) {
+        if (&function.number == address) return &function.number;
+    }
+    for (WeightParam& param : params) {
+        if (&param.value == address) return &param.value;
+    }
+    return nullptr;
+}

@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,4 +22,8 @@ struct qvWeighting {
     void prepare();
     /// The same definition, with its formulas in `space`.
     void enter(qvNameSpace* space);
+    /// Once prepared, why the first function without a value has none; empty when there is none.
+    std::string flaw() const;
+    /// The number of a function, or the parameter, at an address; null when it is none of these.
+    qvParameter<double>* findValue(const void* address);
 };

@@ -1,4 +1,5 @@
 #pragma once
+#include <memory>
 #include <vector>
 
 #include "qvutils/common/formula/qvfnparserComm.h"
@@ -29,6 +30,8 @@ struct qvDefinition final : QVNameSource {
     std::vector<Use> uses;  ///< each variable once
     std::vector<QVString> unknown;
     bool usesItself = false;
+    /// Why the value that was computed last is none; null when it is one.
+    std::shared_ptr<const QVString> flaw;
 
 private:
     bool stillMeansTheSame() const;

@@ -118,6 +118,26 @@ void qvEvaluation::finish(const Frame& frame) {
 
 std::complex<double> qvEvaluation::evaluate(qvNamedVariable& variable) {
     qvDefinition& definition = *variable.definition_;
+    const int before = warnings_.Length();
+    const std::complex<double> value = calculate(variable);
+    definition.flaw = warningsSince(before);
+    for (const qvDefinition::Use& use : definition.uses) {
+        const qvNamedVariable& used = *use.variable;
+        if (definition.flaw) break;
+        if (!used.plain_ && used.definition_) definition.flaw = used.definition_->flaw;
+    }
+    return value;
+}
+
+/// Null when there are none.
+std::shared_ptr<const QVString> qvEvaluation::warningsSince(int before) const {
+    if (warnings_.Length() == before) return nullptr;
+    return std::make_shared<const QVString>(warnings_.From(before));
+}
+
+/// Warns when there is no value.
+std::complex<double> qvEvaluation::calculate(qvNamedVariable& variable) {
+    const qvDefinition& definition = *variable.definition_;
     if (definition.usesItself) {
         warnUsesItself(variable);
         return 0;
@@ -159,6 +179,7 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
     };
     const std::vector<int> way = shortestCircle(static_cast<int>(members.size()), uses, position);
 
+    const int before = warnings_.Length();
     if (members.front()->definition_->usesItself) {
         warnUsesItself(*members.front());
     } else {
@@ -176,6 +197,8 @@ void qvEvaluation::closeCircle(const std::vector<qvNamedVariable*>& members) {
         formulas += numtoA(way.size() - longestCircle) + " more\n";
     }
     warnings_ += "Circular definition: " + path + members.front()->name_ + "\n" + formulas;
+    const std::shared_ptr<const QVString> flaw = warningsSince(before);
+    for (qvNamedVariable* member : members) member->definition_->flaw = flaw;
 }
 
 void qvEvaluation::warnUsesItself(const qvNamedVariable& variable) {

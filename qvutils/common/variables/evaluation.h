@@ -1,6 +1,7 @@
 #pragma once
 #include <complex>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "qvutils/common/text/qvstring.h"
@@ -28,6 +29,8 @@ private:
     void look(Frame& frame, qvNamedVariable& used);
     void finish(const Frame& frame);
     std::complex<double> evaluate(qvNamedVariable& variable);
+    std::complex<double> calculate(qvNamedVariable& variable);
+    std::shared_ptr<const QVString> warningsSince(int before) const;
     void closeCircle(const std::vector<qvNamedVariable*>& members);
     void store(qvNamedVariable& variable, const std::complex<double>& value, std::uint64_t time);
     void warnUsesItself(const qvNamedVariable& variable);

@@ -217,6 +217,12 @@ void qvNamedVariable::noteNewDefinition() {
     definitionTime_ = space_->GetPseudoTime();
 }
 
+QVString qvNamedVariable::GetFlaw() {
+    GetValue();
+    const Locked lock(*this);
+    return plain_ || !definition_ || !definition_->flaw ? QVString() : *definition_->flaw;
+}
+
 QVString qvNamedVariable::GetValueString() {
     return valueText(GetValue());
 }

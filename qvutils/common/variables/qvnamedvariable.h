@@ -59,6 +59,9 @@ public:
         std::complex<double> value;
         return readPublished(value) ? value : compute();
     }
+    /// Why the value now is none: the warning about it, or about a variable that it uses. Empty
+    /// when all of them could be evaluated.
+    QVString GetFlaw();
     /// The value with the fewest digits that read back the same; "(re,im)" unless it is real.
     QVString GetValueString();
     /// The formula; of a plain value, its text.

@@ -119,11 +119,14 @@ void qvShapeNode::changedShape() {
 
 void qvShapeNode::SetShape(const QVString& text) {
     if (qverr() || refuseComment(text.view())) return;
-    shape_.SetNameSpace(GetNameSpace());
-    if (shape_.ReadShape(text))
+    QVShapeContainer read;
+    read.SetNameSpace(GetNameSpace());
+    if (read.ReadShape(text) && read.Check()) {
+        shape_.CopyFrom(GetNameSpace(), read);
         changedShape();
-    else
-        qverr().set("the shape stays as it was\n");
+    } else {
+        qverr().append("the shape stays as it was\n");
+    }
 }
 
 void qvShapeNode::Expand(double distance) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "qvutils/common/error/qverror.h"
 #include "qvutils/common/text/qvnumber.h"
 #include "qvutils/ui/nodes/qvshapenode.h"
 
@@ -48,6 +49,11 @@ double minDimension(qvShapeNode& node) {
 bool contains(qvShapeNode& node, double x, double y, double tolerance) {
     const QVShape* const shape = node.checkedShape();
     if (!shape) return false;
+    if (tolerance < 0) {
+        qverr().setf("the tolerance is %s: it must not be negative\n",
+                     qvShortestText(tolerance).Chars());
+        return false;
+    }
     return tolerance > 0 ? shape->Contains({x, y}, tolerance) : shape->Contains({x, y});
 }
 

@@ -119,7 +119,7 @@ TEST_F(Shapes, a_million_vertices_are_read_and_answer) {
 }
 
 TEST_F(Shapes, measures_follow_closed_forms) {
-    const double pi = std::numbers::pi, root3 = std::sqrt(3.0);
+    const double pi = std::numbers::pi, root2 = std::sqrt(2.0), root3 = std::sqrt(3.0);
     struct {
         const char* text;
         double area, left, right, bottom, top, radius, thinnest;
@@ -130,6 +130,7 @@ TEST_F(Shapes, measures_follow_closed_forms) {
         {"ELLIPSE(4, 2, 45)", 2 * pi, -std::sqrt(2.5), std::sqrt(2.5), -std::sqrt(2.5),
          std::sqrt(2.5), 2, 2},
         {"REGPOLY(4, 45, 4, 3)", 12, -2, 2, -1.5, 1.5, 2.5, 3},
+        {"REGPOLY(4, -36e17, 2, 2)", 2, -1, 1, -1, 1, 1, root2},
         {"REGPOLY(3, 0, 3, 2)", 3, -1, 2, -1, 1, 5.0 / 3, 6 / std::sqrt(10.0)},
         {"REGPOLY(6, 0, 2, 1.7320508075688772)", 1.5 * root3, -1, 1, -root3 / 2, root3 / 2, 1,
          root3},
@@ -257,6 +258,11 @@ TEST_F(Shapes, blends_reach_both_ends_and_take_each_weight_for_its_own_size) {
         EXPECT_TRUE(blend->SetToWeighted(*a, *b, {0, 0, 0}) && *blend == *a) << first;
         EXPECT_TRUE(blend->SetToWeighted(*a, *b, {1, 1, 1}) && *blend == *b) << first;
         EXPECT_TRUE(blend->AreAllParametersValues());
+        if (a->getKind().keyword[0] != 'P') {
+            EXPECT_FALSE(blend->SetToWeighted(*a, *b, {5, 1, 1}));
+            EXPECT_THAT(message(), HasSubstr("it must be a positive number"));
+        }
+        EXPECT_TRUE(*blend == *b);
         EXPECT_FALSE(blend->SetToWeighted(*a, *b, {nan, 0, 0}));
         EXPECT_THAT(message(), HasSubstr("a weight is not a finite number"));
     }
@@ -284,6 +290,7 @@ TEST_F(Shapes, formulas_follow_the_variables_and_are_told_when_they_give_no_shap
     EXPECT_EQ(read("RECTANGLE(w1, 2*h)")->GetCheckSum(), before);
     EXPECT_NE(read("ELLIPSE(w1, 2*h)")->GetCheckSum(), before);
     w1->SetValue(5);
+    space.Add("unset")->SetExpression("nothing");
     EXPECT_TRUE(shape->Contains({2.5, 0}) && shape->Check());
     EXPECT_NE(shape->GetCheckSum(), before);
     struct {
@@ -293,7 +300,10 @@ TEST_F(Shapes, formulas_follow_the_variables_and_are_told_when_they_give_no_shap
         {"RECTANGLE(w1, none)",
          "the height of RECTANGLE(w1, none) is -1\n   it must be a positive"},
         {"ELLIPSE(0*w1, 1)", "the width of ELLIPSE(0*w1, 1) is 0\n"},
-        {"RECTANGLE(nothing, 1)", "the width of RECTANGLE(nothing, 1) is 0\n"},
+        {"RECTANGLE(nothing, 1)",
+         "the width of RECTANGLE(nothing, 1) has no value\nExpression \"nothing\" refers to"},
+        {"POLYGON(0, 0, 1, 0, 1/(w1-5), 1)", "1, 0, 1/(w1-5), 1) has no value\nExpression"},
+        {"ELLIPSE(1, 1, 1+unset)", "has no value\nVariable \"unset\" refers to undefined"},
         {"REGPOLY(w1-9, 0, 1, 1)", "the numvertices of REGPOLY(w1-9, 0, 1, 1) is -4\n"},
         {"POLYGON(0, 0, 1, 0, 1e308*w1*w1, 1)", "must be a finite number"}};
     for (const auto& row : rows) {
@@ -365,6 +375,8 @@ TEST_F(Shapes, commands_reach_the_dimensions_and_cannot_spoil_them) {
     for (const auto& [name, value] : {std::pair("width", "0"),
                                       {"width", ""},
                                       {"height", "1,2"},
+                                      {"height", "w1-3"},
+                                      {"height", "w1+nothing"},
                                       {"numvertices", "2"},
                                       {"height", "h//2"}}) {
         EXPECT_THAT(set(regular, name, value), HasSubstr("could not set")) << name << value;
@@ -395,7 +407,8 @@ TEST_F(Shapes, commands_edit_the_vertices_of_a_polygon) {
     EXPECT_EQ(call(holder, "removepoint", "3"), "");
     EXPECT_THAT(call(holder, "removepoint", "1"), HasSubstr("at least three points"));
     EXPECT_THAT(call(holder, "removepoint", "4"), HasSubstr("there are 3 points"));
-    for (const char* arguments : {"0, 1, 1", "5, 1, 1", "1, , 1", "1, \"a,b\", 1", "1, (, 1"})
+    for (const char* arguments :
+         {"0, 1, 1", "5, 1, 1", "1, , 1", "1, \"a,b\", 1", "1, (, 1", "1, nothing, 1"})
         EXPECT_THAT(call(holder, "insertpoint", arguments), HasSubstr("cannot insert"))
             << arguments;
     EXPECT_THAT(set(vertex(1), "x", ""), HasSubstr("could not set"));

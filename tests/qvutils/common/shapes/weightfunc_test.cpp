@@ -186,15 +186,22 @@ TEST_F(Weights, commands_reach_the_parameters) {
     EXPECT_EQ(set(weight, "x", "3"), "");
     EXPECT_EQ(at(0.5), "0.125 2 2");
     EXPECT_EQ(changes, 2);
-    EXPECT_EQ(set(params, "a", "1//2"), "weighting functions cannot have \"//\"\n");
+    for (const char* refused : {"1//2", "nosuch", "1/0", "inf"}) {
+        EXPECT_EQ(set(params, "a", refused).substr(0, 20), "could not set \"a\" to") << refused;
+    }
+    output.takeWarnings();
+    EXPECT_EQ(at(0.5), "0.125 2 2");
     EXPECT_EQ(set(weight, "angle", "3"), "nothing published");
     weight.getPublishedElt("setdefinition").ExecuteFn("FORMULA \"max(t, b)\" b=2");
     QVString text;
     weight.getPublishedElt("value").ExecuteFn("1").getValueText(text);
     EXPECT_EQ(text, "2 2 2");
     EXPECT_EQ(changes, 3);
-    weight.getPublishedElt("setdefinition").ExecuteFn("POWER");
-    EXPECT_EQ(error(), "the weighting function stays as it was\n");
+    for (const char* refused : {"POWER", "FLAT \"nosuch\"", "FORMULA \"t+a\"", "FILE nowhere"}) {
+        weight.getPublishedElt("setdefinition").ExecuteFn(refused);
+        EXPECT_TRUE(error().ends_with("the weighting function stays as it was\n")) << refused;
+    }
+    EXPECT_EQ(weight.getDefString(), "FORMULA \"max(t, b)\" b=2");
     EXPECT_EQ(changes, 3);
 }
 
@@ -225,6 +232,9 @@ TEST_F(Weights, what_has_no_value_is_told_at_once_and_kept) {
     const std::pair<const char*, const char*> rows[] = {
         {"FORMULA \"1/t\"", "weighting formula at t = 0: division by zero\n1/t\n ^\n"},
         {"POWER -1", "weighting function POWER: no finite weight at t = 0\n"},
+        {"FORMULA \"t+a\" a=\"2*\"",
+         "weighting function: a has no value\nExpression \"2*\" could not be evaluated: parse "
+         "error\n2*\n ^\n"},
         {"SFUNC 0.5", "weighting function SFUNC: a steepness of 0.5 is not possible: at least 1\n"},
     };
     for (const auto& [text, message] : rows) {
