@@ -2,7 +2,7 @@
 cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/probe/materials ${WORK}/other/folder.plugin)
-include(${CMAKE_CURRENT_LIST_DIR}/../../../../scripts/expect.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/../../../scripts/expect.cmake)
 set(ENV{QV_PLUGINS} none)
 set(failed "a plugin failed to load - see Warnings\n")
 
