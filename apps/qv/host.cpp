@@ -23,6 +23,11 @@ std::string abbreviated(const std::string& statement) {
     return statement.substr(0, end) + " ...";
 }
 
+bool isOnlyComment(const char* command) {
+    while (*command == ' ') ++command;
+    return *command == '\0' || std::strncmp(command, "//", 2) == 0;
+}
+
 std::string withoutLineEnd(std::string text) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
     return text;
@@ -107,8 +112,10 @@ bool Host::RunFile(const std::string& path) {
     sourceNesting_ = getNesting() + 1;
     inFile_ = true;
     hidePlaces_ = false;
+    const int answersBefore = answers_;
     const bool well = qvCommandObject::RunFile(path);
     std::tie(source_, firstLine_, sourceNesting_, inFile_, hidePlaces_, runsTheRest_) = outer;
+    wasAsked_ = answers_ != answersBefore;
     return well;
 }
 
@@ -154,7 +161,10 @@ bool Host::isKilled() {
 }
 
 bool Host::mayRun(const char* command) {
-    if (!inFile_ || runsTheRest_ || !*command || !settings_ || !settings_->stepByStep) return true;
+    wasAsked_ = false;
+    if (stopped_) return false;
+    if (!inFile_ || runsTheRest_ || isOnlyComment(command)) return true;
+    if (!settings_ || !settings_->stepByStep) return true;
     const Answer answer = ask_(std::string("> ") + abbreviated(command) + "\nrun it?", true);
     runsTheRest_ = answer == Answer::all;
     if (answer == Answer::no) stopped_ = failed_ = true;
@@ -162,18 +172,20 @@ bool Host::mayRun(const char* command) {
 }
 
 bool Host::mayGoOn() {
-    if (stopsOnError()) return false;
+    if (stopsOnError() || stopped_) return false;
     if (!inFile_ || !settings_ || !settings_->pauseOnError) return true;
-    if (ask_("go on after this error?", false) == Answer::yes) return true;
-    stopped_ = true;
-    return false;
+    // That a file has failed is no news to who was asked about its error.
+    if (wasAsked_) return true;
+    ++answers_;
+    stopped_ = ask_("go on after this error?", false) != Answer::yes;
+    return !stopped_;
 }
 
 // A line that is only a comment reads as prose between the statements.
 void Host::echo(const char* command) {
     while (*command == ' ') ++command;
     if (*command == '\0') return;
-    const bool isComment = std::strncmp(command, "//", 2) == 0;
+    const bool isComment = isOnlyComment(command);
     if (isComment && afterStatement_) std::fputs("\n", stdout);
     if (!isComment) std::fputs("> ", stdout);
     afterStatement_ = !isComment;

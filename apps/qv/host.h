@@ -61,6 +61,8 @@ private:
     int sourceNesting_ = 1;  ///< how deep its texts are; a script that they run is deeper
     bool hidePlaces_ = false;
     bool failed_ = false;
-    bool stopped_ = false;  ///< the user does not want the rest to be run
+    bool stopped_ = false;   ///< the user does not want the rest to be run
+    int answers_ = 0;        ///< that were given whether to go on after an error
+    bool wasAsked_ = false;  ///< about an error in the file that the statement has run
     bool afterStatement_ = false;
 };

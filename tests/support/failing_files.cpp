@@ -70,8 +70,9 @@ bool FailingFiles::listDirectory(const std::string& path, std::vector<std::strin
     return !fails(directories) && FileSystem::listDirectory(path, names);
 }
 
-FILE* FailingFiles::openTemporary(const std::string& directory, std::string& path) {
-    return fails(opening) ? nullptr : FileSystem::openTemporary(directory, path);
+FILE* FailingFiles::openTemporary(const std::string& directory, std::string& path,
+                                  bool privateToUser) {
+    return fails(opening) ? nullptr : FileSystem::openTemporary(directory, path, privateToUser);
 }
 
 bool FailingFiles::copyPermissions(const std::string& from, const std::string& to) {

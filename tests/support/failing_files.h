@@ -52,7 +52,8 @@ public:
     bool makeDirectory(const std::string& path, bool privateToUser) override;
     bool removeTree(const std::string& path) override;
     bool listDirectory(const std::string& path, std::vector<std::string>& names) override;
-    FILE* openTemporary(const std::string& directory, std::string& path) override;
+    FILE* openTemporary(const std::string& directory, std::string& path,
+                        bool privateToUser) override;
     bool copyPermissions(const std::string& from, const std::string& to) override;
     bool syncDirectory(const std::string& path) override;
 

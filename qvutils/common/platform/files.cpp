@@ -88,10 +88,28 @@ std::string joinPath(const std::string& directory, const std::string& name) {
     return directory + pathSeparator() + name;
 }
 
+namespace {
+
+// "a/./b" is "a/b". A path of a device, "\\.\name", is not.
+std::string withoutDots(const std::string& path) {
+    std::string result;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const bool isDot = i + 2 < path.size() && i > 1 && isPathSeparator(path[i]) &&
+                           path[i + 1] == '.' && isPathSeparator(path[i + 2]);
+        if (isDot)
+            ++i;
+        else
+            result += path[i];
+    }
+    return result;
+}
+
+}  // namespace
+
 std::string fullPath(const std::string& path) {
     const bool hasDrive = path.size() > 1 && path[1] == ':' && isPathSeparator('\\');
-    if (path.empty() || isPathSeparator(path[0]) || hasDrive) return path;
-    return joinPath(currentDirectory(), path);
+    if (path.empty() || isPathSeparator(path[0]) || hasDrive) return withoutDots(path);
+    return withoutDots(joinPath(currentDirectory(), path));
 }
 
 std::string fileNameOf(const std::string& path) {

@@ -65,8 +65,9 @@ public:
     virtual bool listDirectory(const std::string& path, std::vector<std::string>& names);
 
     /// Makes a new, empty file with a name of its own in `directory`, opened for writing; `path`
-    /// receives its path.
-    virtual FILE* openTemporary(const std::string& directory, std::string& path);
+    /// receives its path. One that is private to the user is made with no rights for others.
+    virtual FILE* openTemporary(const std::string& directory, std::string& path,
+                                bool privateToUser = false);
     /// Gives the file `to` the owner (where allowed) and the access rights of the file `from`.
     virtual bool copyPermissions(const std::string& from, const std::string& to);
     /// Makes a rename in this directory last over a power failure, where the system can.
@@ -101,7 +102,8 @@ QVCORE_API bool isPathSeparator(char c);
 /// `directory` and `name` with one separator between; an empty directory gives the name alone.
 QVCORE_API std::string joinPath(const std::string& directory, const std::string& name);
 
-/// The file's path from the root; a relative one is taken in the working directory.
+/// The file's path from the root; a relative one is taken in the working directory. Steps "." are
+/// left out; ".." stays, as it may lead elsewhere behind a symbolic link.
 QVCORE_API std::string fullPath(const std::string& path);
 /// What follows the last separator, "/" or "\" on every system.
 QVCORE_API std::string fileNameOf(const std::string& path);
@@ -126,7 +128,8 @@ public:
     /// Discards what was not committed.
     ~SafeFile();
 
-    bool open(const std::string& path);
+    /// A file that is new is made private to the user on request.
+    bool open(const std::string& path, bool privateToUser = false);
     /// For writers that need a FILE*; their errors are noticed by finish().
     FILE* stream() const { return file_; }
     bool write(const void* data, std::size_t size);

@@ -85,11 +85,13 @@ bool FileSystem::makeDirectory(const std::string& path, bool privateToUser) {
     return errno == EEXIST && status(path).isDirectory();
 }
 
-FILE* FileSystem::openTemporary(const std::string& directory, std::string& path) {
+FILE* FileSystem::openTemporary(const std::string& directory, std::string& path,
+                                bool privateToUser) {
     constexpr int attempts = 100;
+    const mode_t rights = privateToUser ? 0600 : 0666;
     for (int i = 0; i < attempts; ++i) {
         path = joinPath(directory, temporaryName());
-        const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, rights);
         if (descriptor >= 0) return fdopen(descriptor, "w+");
         if (errno != EEXIST) break;
     }

@@ -89,7 +89,8 @@ bool FileSystem::makeDirectory(const std::string& path, bool) {
     return errno == EEXIST && status(path).isDirectory();
 }
 
-FILE* FileSystem::openTemporary(const std::string& directory, std::string& path) {
+// Rights come from the directory here.
+FILE* FileSystem::openTemporary(const std::string& directory, std::string& path, bool) {
     constexpr int attempts = 100;
     for (int i = 0; i < attempts; ++i) {
         path = joinPath(directory, temporaryName());

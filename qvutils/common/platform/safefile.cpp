@@ -29,7 +29,7 @@ bool SafeFile::fail(const char* action, const std::string& path) {
     return false;
 }
 
-bool SafeFile::open(const std::string& path) {
+bool SafeFile::open(const std::string& path, bool privateToUser) {
     discard();
     error_.clear();
     finished_ = false;
@@ -46,7 +46,7 @@ bool SafeFile::open(const std::string& path) {
     if (status.kind == FileKind::other) {
         file_ = system.open(target_, "w");
     } else {
-        file_ = system.openTemporary(directoryOf(target_), temporary_);
+        file_ = system.openTemporary(directoryOf(target_), temporary_, privateToUser);
     }
     if (!file_) return fail("write", path);
     // Before anything is written: a private file's text is private in the temporary file too.

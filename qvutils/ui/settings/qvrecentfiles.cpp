@@ -17,7 +17,9 @@ std::vector<std::string> filesIn(const qvSettingsEntries& entries) {
     std::vector<std::string> files;
     for (std::size_t i = 0; i < qvRecentFiles::most; ++i) {
         const auto entry = entries.find(keyOf(i));
-        if (entry != entries.end() && !entry->second.empty()) files.push_back(entry->second);
+        if (entry == entries.end() || entry->second.empty()) continue;
+        if (std::find(files.begin(), files.end(), entry->second) == files.end())
+            files.push_back(entry->second);
     }
     return files;
 }

@@ -43,8 +43,14 @@ bool readEntry(const wxConfigBase& config, const qvSettingRow& row, std::string&
         return true;
     }
     long number = 0;
-    if (!config.Read(entry, &number)) return false;
-    text = std::to_string(number);
+    if (config.Read(entry, &number)) {
+        // Any number but 0 is a flag that is set.
+        text = std::to_string(row.isFlag() ? number != 0 : number);
+        return true;
+    }
+    wxString word;
+    if (!row.isFlag() || !config.Read(entry, &word)) return false;
+    text = fromToolkit(word);
     return true;
 }
 

@@ -91,8 +91,8 @@ qvSettingValues::qvSettingValues() {
 
 std::string qvSettingRow::type() const {
     if (isText()) return "text";
-    if (std::holds_alternative<bool qvSettingValues::*>(field)) return "0 or 1";
-    if (low == least && high == most) return "integer";
+    if (isFlag()) return "0 or 1";
+    if (low == least && high == most) return "an integer";
     return std::to_string(low) + " to " + std::to_string(high);
 }
 

@@ -50,11 +50,12 @@ struct qvSettingRow {
     const char* help;
     Effect changed;  ///< null for one that nothing happens at once
 
-    /// "integer", "1 to 5", "0 or 1" or "text".
+    /// "an integer", "1 to 5", "0 or 1" or "text".
     QVCORE_API std::string type() const;
     /// False, with nothing changed, for a text that is no such value or out of range.
     QVCORE_API bool read(qvSettingValues& values, const std::string& text) const;
     QVCORE_API std::string write(const qvSettingValues& values) const;
+    bool isFlag() const { return std::holds_alternative<bool qvSettingValues::*>(field); }
     bool isText() const { return std::holds_alternative<QVString qvSettingValues::*>(field); }
 };
 

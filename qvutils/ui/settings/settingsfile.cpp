@@ -90,24 +90,29 @@ private:
             wlwrite(("settings file \"" + path_ + "\": " + text + "\n").c_str());
     }
 
+    bool leaveAlone(const char* why) {
+        warn(std::string(why) + ", it is left alone");
+        return false;
+    }
+
     std::string path_;
     bool damaged_ = false;
     std::set<std::string> told_;
 };
 
 bool SettingsFile::read(std::string& text) {
+    const qvplatform::FileStatus status = qvplatform::fileSystem().status(path_);
+    if (!status.exists()) return true;
+    // From a pipe or a device the end might never come.
+    if (!status.isFile()) return leaveAlone("is no file");
+    if (status.size > static_cast<std::int64_t>(mostBytes)) return leaveAlone("too large");
     errno = 0;
-    if (!qvplatform::fileSystem().status(path_).exists()) return true;
     if (!qvplatform::readWholeFile(path_, text)) {
         warn(qvplatform::errorText(errno));
         return false;
     }
     if (text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
-    if (text.size() > mostBytes || hasDeepGroup(text)) {
-        warn(text.size() > mostBytes ? "too large, it is left alone"
-                                     : "its groups lie too deep in each other, it is left alone");
-        return false;
-    }
+    if (hasDeepGroup(text)) return leaveAlone("its groups lie too deep in each other");
     const std::ptrdiff_t line = mendText(text);
     damaged_ = line != 0;
     if (damaged_) warn("line " + std::to_string(line) + " holds bytes that are not UTF-8 text");
