@@ -5,9 +5,11 @@ set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-# The toolkit's library is none of Debian's: tools/wxbase-mingw makes it.
+# These libraries are none of Debian's: tools/wxbase-mingw and tools/sodium-mingw make them.
 execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../tools/wxbase-mingw --prefix
                 OUTPUT_VARIABLE wxbase OUTPUT_STRIP_TRAILING_WHITESPACE)
+execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../tools/sodium-mingw --prefix
+                OUTPUT_VARIABLE QV_SODIUM_ROOT OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(wxWidgets_CONFIG_EXECUTABLE ${wxbase}/bin/wx-config)
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${wxbase})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

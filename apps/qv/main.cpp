@@ -3,6 +3,7 @@
 
 #include "apps/qv/evaluate.h"
 #include "apps/qv/host.h"
+#include "apps/qv/licencecommand.h"
 #include "apps/qv/lineedit.h"
 #include "apps/qv/materialcommand.h"
 #include "apps/qv/options.h"
@@ -41,7 +42,7 @@ public:
 
     bool askUser(const std::string& question) override {
         if (prompt_) return prompt_->ask(question);
-        tellNobodyIsThere(question);
+        tellNobodyIsThere(question, "cancel");
         return false;
     }
 
@@ -62,17 +63,17 @@ public:
     }
 
 private:
-    static void tellNobodyIsThere(const std::string& question) {
+    static void tellNobodyIsThere(const std::string& question, const char* answer) {
         std::fflush(stdout);
-        std::fprintf(stderr, "%s\nqv: nobody is there to ask; the answer is \"cancel\"\n",
-                     question.c_str());
+        std::fprintf(stderr, "%s\nqv: nobody is there to ask; the answer is \"%s\"\n",
+                     question.c_str(), answer);
     }
 
     // About the commands of a file, which may run without a prompt.
     Host::Answer askToGoOn(const std::string& question, bool offerAll) {
         std::string answer;
         if (!prompt_ && !qvplatform::inputIsTerminal()) {
-            tellNobodyIsThere(question);
+            tellNobodyIsThere(question, "no");
             return Host::Answer::no;
         }
         // A line editor asks in one line.
@@ -171,6 +172,8 @@ int main(int argc, char** argv) {
         status = runServe(options);
     } else if (options.action == Options::Action::send) {
         status = runSend(options.inputs);
+    } else if (options.action == Options::Action::licence) {
+        status = runLicence(options.inputs);
     } else {
         status = runCommands(options);
     }

@@ -45,7 +45,8 @@ bool chooseHelp(Options& options, const std::string& of, size_t& next) {
     static const std::pair<const char*, Action> subcommands[] = {{"eval", Action::eval},
                                                                  {"material", Action::material},
                                                                  {"serve", Action::serve},
-                                                                 {"send", Action::send}};
+                                                                 {"send", Action::send},
+                                                                 {"licence", Action::licence}};
     for (const auto& [name, action] : subcommands) {
         if (of != name) continue;
         options.inputs.assign(1, "--help");
@@ -74,6 +75,8 @@ const Word words[] = {
      chooseSubcommand<Action::serve>},
     {"send", " COMMAND", "command such a program; \"qv send --help\" tells more",
      chooseSubcommand<Action::send>},
+    {"licence", " WORD...", "keys and signatures of licences; \"qv licence --help\" tells more",
+     chooseSubcommand<Action::licence>},
     {"--stop-on-error", "", "stop at the first statement that fails",
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return options.stopOnError = true;
@@ -98,7 +101,7 @@ const Word words[] = {
      [](Options& options, const std::vector<std::string>&, size_t&) {
          return chooseAction(options, Action::version);
      }},
-    {"help", " [SUBCOMMAND]", "print this help, or that of eval, material, serve or send",
+    {"help", " [SUBCOMMAND]", "print this help, or that of a subcommand",
      [](Options& options, const std::vector<std::string>& arguments, size_t& next) {
          return chooseHelp(options, next < arguments.size() ? arguments[next] : "", next);
      }},

@@ -4,11 +4,11 @@
 
 /// What the command line asks for.
 struct Options {
-    enum class Action { prompt, files, text, eval, material, serve, send, help, version };
+    enum class Action { prompt, files, text, eval, material, serve, send, licence, help, version };
 
     Action action = Action::prompt;
     /// The files of `run`, the texts of -c, or all that follows `eval`, `material`,
-    /// `serve` or `send`.
+    /// `serve`, `send` or `licence`.
     std::vector<std::string> inputs;
     bool stopOnError = false;
     bool echo = false;

@@ -25,9 +25,15 @@ std::string licencePath(const Options& options) {
 /// Null when qv may not run; the reason has been printed.
 const qvLicence* findLicence(const Options& options) {
     static const qvLicence everything;
-    static qvLicenceFile file;
+    static qvLicenceFile file(QV_LICENCE_KEY);
+    const bool isNeeded = *QV_LICENCE_KEY != '\0';
     const std::string path = licencePath(options);
-    if (path.empty()) return &everything;
+    if (path.empty() && !isNeeded) return &everything;
+    if (path.empty()) {
+        std::fputs("qv: a licence is needed: qv.licence beside qv, or a file named by --licence\n",
+                   stderr);
+        return nullptr;
+    }
     file.load(path);
     qverr().reset();  // the licence gives it as its reason
     std::string reason;

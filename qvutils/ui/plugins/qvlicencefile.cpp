@@ -5,6 +5,7 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
+#include "qvutils/ui/plugins/qvlicencesignature.h"
 
 namespace {
 
@@ -56,6 +57,10 @@ bool takeWord(std::string_view& line, std::string& word, bool& quoted, std::stri
     return true;
 }
 
+bool isControl(char c) {
+    return (c >= 0 && c < ' ' && blanks.find(c) == blanks.npos) || c == '\x7f';
+}
+
 bool isPrintable(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < '\x7f'; });
 }
@@ -65,6 +70,9 @@ bool isPrintable(std::string_view text) {
 bool qvLicenceFile::load(const std::string& path) {
     std::string text;
     const qvplatform::FileStatus status = qvplatform::fileSystem().status(path);
+    // From a pipe or a device the end might never come.
+    if (status.kind == qvplatform::FileKind::other)
+        return refuse("licence file \"" + path + "\" is no file");
     if (status.isFile() && status.size > static_cast<std::int64_t>(maxSize)) {
         return refuse("licence file \"" + path + "\" is longer than " + std::to_string(maxSize) +
                       " bytes");
@@ -78,8 +86,13 @@ bool qvLicenceFile::load(const std::string& path) {
 
 bool qvLicenceFile::parse(const std::string& path, std::string_view text) {
     number_ = "0";
+    hasNumber_ = false;
     rules_.clear();
     unusable_.clear();
+    const qvLicenceText parts = qvSplitLicence(text);
+    if (std::string problem; !key_.empty() && !qvCheckLicenceSignature(parts, key_, problem))
+        return refuse("licence file \"" + path + "\" " + problem);
+    text = parts.body;
     if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     for (int lineNumber = 1; !text.empty(); ++lineNumber) {
         const std::size_t length = std::min(text.find('\n'), text.size());
@@ -97,7 +110,15 @@ bool qvLicenceFile::parseLine(std::string_view line, std::string& problem) {
     std::string key;
     std::string subject;
     bool quoted = false;
+    if (std::any_of(line.begin(), line.end(), isControl)) {
+        problem = "characters that are no text";
+        return false;
+    }
     if (!takeWord(line, key, quoted, problem)) return problem.empty();
+    if (key == "signature") {
+        problem = "something follows the signature";
+        return false;
+    }
     const bool isNumber = key == "licence";
     if (quoted || !(isNumber || key == "allow" || key == "deny")) {
         problem = "\"" + key + "\" is none of licence, allow, deny";
@@ -108,7 +129,7 @@ bool qvLicenceFile::parseLine(std::string_view line, std::string& problem) {
         return false;
     }
     if (!isNumber) return parseRule(subject, quoted, key == "allow", line, problem);
-    if (number_ != "0") {
+    if (hasNumber_) {
         problem = "a second licence number \"" + subject + "\"";
     } else if (subject.empty() || subject.size() > maxNumber || !isPrintable(subject)) {
         problem = "\"" + subject + "\" is no licence number: up to " + std::to_string(maxNumber) +
@@ -117,6 +138,7 @@ bool qvLicenceFile::parseLine(std::string_view line, std::string& problem) {
         problem = "\"" + more + "\" after the licence number";
     }
     number_ = subject;
+    hasNumber_ = true;
     return problem.empty();
 }
 

@@ -1,14 +1,16 @@
 #pragma once
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qvutils/ui/plugins/qvlicence.h"
 
 /// A licence screen from a text file; docs/licence.md describes it.
-///     file = { [ number | rule ] [ "#" comment ] }, a line each
+///     file = { [ number | rule ] [ "#" comment ] } [ signature ], a line each
 ///     number = "licence" word
 ///     rule = ( "allow" | "deny" ) ( "installation" | pattern ) [ reason ]
+///     signature = "signature" base64
 /// The first rule that fits counts; where none does, the answer is yes. Until a file is loaded, and
 /// after one that could not be, everything is refused.
 class QVCORE_API qvLicenceFile : public qvLicence {
@@ -16,6 +18,10 @@ public:
     static constexpr std::size_t maxSize = 1 << 20;  ///< bytes of the file
     static constexpr std::size_t maxNumber = 64;     ///< characters of the licence number
     static constexpr std::size_t maxReason = 500;
+
+    /// With a public key, files must be signed by its owner (see qvlicencesignature.h). Without one
+    /// signatures are not looked at.
+    explicit qvLicenceFile(std::string publicKey = "") : key_(std::move(publicKey)) {}
 
     /// False with an error that names the file and the line.
     bool load(const std::string& path);
@@ -39,7 +45,9 @@ private:
     static bool answer(const Rule& rule, std::string& reason);
     bool refuse(const std::string& why);
 
+    std::string key_;
     std::string number_ = "0";
+    bool hasNumber_ = false;
     std::vector<Rule> rules_;
     /// Why everything is refused; empty when it is not.
     std::string unusable_ = "no licence file is loaded";

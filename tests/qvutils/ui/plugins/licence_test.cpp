@@ -6,6 +6,7 @@
 
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/plugins/qvlicencefile.h"
+#include "qvutils/ui/plugins/qvlicencesignature.h"
 
 namespace {
 
@@ -72,6 +73,58 @@ TEST(Licence, patterns_match_as_a_whole_and_quickly) {
     EXPECT_EQ(reasonAgainst(licence, std::string(20000, 'a').c_str()), "");
 }
 
+// Made by another program, from a secret key of 31 zeros and a seven.
+const std::string secretKey =
+    "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAc+4qinKDyy/XKJQ9qhJ+8J5IMHGotLxpm6RSLwmxTP3g==";
+const std::string publicKey = "PuKopyg8sv1yiUPaoSfvCeSDBxqLS8aZukUi8JsUz94=";
+const std::string signedLicence =
+    "licence A-1\ndeny *.plugin\nsignature "
+    "A69RVpiys4FVkHeEdz7yESHv5EW/gIhmVpvP7mO5MZcFW6rTp4JXPQe4eUAv8YrKptZN9q/xv28zwSFP5fRWBg==\n";
+
+TEST(LicenceSignature, holds_for_the_text_and_the_key_it_was_made_for) {
+    EXPECT_EQ(qvPublicLicenceKey(secretKey), publicKey);
+    EXPECT_EQ(qvSignLicence("licence A-1\ndeny *.plugin", secretKey + "\n"), signedLicence);
+    EXPECT_EQ(qvSignLicence(signedLicence, secretKey), signedLicence);
+    std::string mailed = "\xEF\xBB\xBF";
+    for (char c : signedLicence) mailed += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    for (const std::string& text : {signedLicence, mailed, signedLicence + "\n \n"}) {
+        qvLicenceFile licence(publicKey);
+        EXPECT_TRUE(licence.parse("l", text)) << qverr().chars_and_reset();
+        EXPECT_EQ(licence.number(), "A-1");
+        EXPECT_NE(reasonAgainst(licence, "x.plugin"), "");
+    }
+    EXPECT_TRUE(qvLicenceFile().parse("l", signedLicence));
+
+    const std::string ownSecret = qvMakeLicenceKey();
+    const std::string own = qvPublicLicenceKey(ownSecret);
+    EXPECT_TRUE(qvLicenceFile(own).parse("l", qvSignLicence(signedLicence, ownSecret)));
+    EXPECT_EQ(qvSignLicence(signedLicence, publicKey), "");
+}
+
+TEST(LicenceSignature, allows_nothing_where_it_does_not_fit) {
+    const auto expectRefused = [](const std::string& text, const std::string& key,
+                                  const std::string& why) {
+        qvLicenceFile licence(key);
+        EXPECT_FALSE(licence.parse("l", text)) << text;
+        EXPECT_EQ(std::string(qverr().chars_and_reset()).find("licence file \"l\" " + why), 0u);
+        EXPECT_NE(reasonAgainst(licence, "x"), "");
+        EXPECT_EQ(licence.number(), "0");
+    };
+    for (std::size_t i = 0; i + 1 < signedLicence.size(); ++i) {
+        std::string changed = signedLicence;
+        changed[i] ^= 1;
+        expectRefused(changed, publicKey, "");
+    }
+    expectRefused("licence A-1\ndeny *.plugin\n", publicKey, "is not signed");
+    expectRefused("", publicKey, "is not signed");
+    expectRefused(signedLicence + "allow *\n", publicKey, "is not signed");
+    expectRefused("allow *\n" + signedLicence, publicKey, "was changed");
+    expectRefused("signature\n", publicKey, "has a damaged signature");
+    expectRefused(signedLicence, qvPublicLicenceKey(qvMakeLicenceKey()), "was changed");
+    for (const std::string& key : {std::string("x"), secretKey, publicKey.substr(1)})
+        expectRefused(signedLicence, key, "cannot be checked");
+}
+
 TEST(Licence, a_file_that_is_wrong_anywhere_allows_nothing_and_names_the_line) {
     const struct {
         const char* text;
@@ -88,6 +141,9 @@ TEST(Licence, a_file_that_is_wrong_anywhere_allows_nothing_and_names_the_line) {
         {"deny x reason", "line 1: the reason \"reason\" is not in quotes"},
         {"deny x \"reason", "line 1: a quote does not end"},
         {"deny x \"reason\" y", "line 1: \"y\" after the reason"},
+        {"licence 0\nlicence 0\n", "line 2: a second licence number \"0\""},
+        {"deny x \"\033[2J\"", "line 1: characters that are no text"},
+        {"signature x\ndeny x\n", "line 1: something follows the signature"},
     };
     const std::string longNumber = "licence " + std::string(qvLicenceFile::maxNumber + 1, '7');
     const std::string longReason =

@@ -119,6 +119,20 @@ set(ENV{QV_LICENCE} damaged)
 expect(STATUS 1 ERR "qv: licence file \"damaged\", line 3: nothing follows \"allow\"\n" ARGS -c 1)
 expect(STATUS 1 ERR "qv: licence file \"nowhere\" cannot be read: [^\n]*\n" ARGS --licence nowhere -c 1)
 
+# A licence that must be signed: its key is that of 31 zeros and a seven.
+set(qv_without_key ${QV})
+set(QV ${QV_WITH_KEY})
+set(ENV{QV_LICENCE})
+file(WRITE ${WORK}/signed "licence A-1\ndeny *.plugin\nsignature A69RVpiys4FVkHeEdz7yESHv5EW/gIhmVpvP7mO5MZcFW6rTp4JXPQe4eUAv8YrKptZN9q/xv28zwSFP5fRWBg==\n")
+file(WRITE ${WORK}/free "allow *\n")
+expect(STATUS 0 OUT "0\n" ERR "plugin \"probe.plugin\" is not allowed by the licence:\n[^\n]*\n"
+       ARGS --licence signed --plugins ${WORK}/probe -c "app.numsubnodes()")
+expect(STATUS 1 ERR "qv: licence file \"free\" is not signed\n" ARGS --licence free -c 1)
+foreach(command "-c;1" "--licence;none;eval;1" "material;x")
+    expect(STATUS 1 ERR "qv: a licence is needed: [^\n]*\n" ARGS ${command})
+endforeach()
+set(QV ${qv_without_key})
+
 # Who wants to know which plug-ins were loaded turns the level of messages up.
 file(WRITE ${WORK}/settings "[options]\ndiagnosticlevel=2\n")
 expect(STATUS 0 OUT ".*loaded plugin \"probe.plugin\"\n.*" ARGS --settings ${WORK}/settings
