@@ -55,6 +55,21 @@ T QVExpression<T>::EvaluateDerivative(int parameter, T& derivative, Error& error
 }
 
 template <class T>
+T QVExpression<T>::EvaluateAlong(std::span<const T> slopes, T& derivative, Error& error) const {
+    derivative = T();
+    if (!mayEvaluate(nullptr, error)) return T();
+    if (slopes.size() != static_cast<std::size_t>(parameters_.size())) {
+        error.setf("there are %d parameters and %zu slopes\n", parameters_.size(), slopes.size());
+        return T();
+    }
+    QVRun<T> run(parameters_, scalars_, nullptr, names_, boundsCheck_, error, fault_);
+    run.slopes = slopes;
+    const auto result = qvformula::execute<QVDual<T>>(*program_, run);
+    derivative = result.slope;
+    return result.value;
+}
+
+template <class T>
 T QVExpression<T>::Evaluate(const QVArguments<T>& arguments, Error& error) const {
     if (!mayEvaluate(&arguments, error)) return T();
     QVRun<T> run(parameters_, scalars_, &arguments, names_, boundsCheck_, error, arguments.fault_);
@@ -74,6 +89,8 @@ template bool QVExpression<double>::isScalar(int, Error&) const;
 template double QVExpression<double>::deriveWith(QVRun<double>&, int, double&) const;
 template double QVExpression<double>::Evaluate(Error&) const;
 template double QVExpression<double>::EvaluateDerivative(int, double&, Error&) const;
+template double QVExpression<double>::EvaluateAlong(std::span<const double>, double&,
+                                                    Error&) const;
 template double QVExpression<double>::Evaluate(const QVArguments<double>&, Error&) const;
 template double QVExpression<double>::EvaluateDerivative(const QVArguments<double>&, int, double&,
                                                          Error&) const;
@@ -82,6 +99,8 @@ template bool QVExpression<Complex>::isScalar(int, Error&) const;
 template Complex QVExpression<Complex>::deriveWith(QVRun<Complex>&, int, Complex&) const;
 template Complex QVExpression<Complex>::Evaluate(Error&) const;
 template Complex QVExpression<Complex>::EvaluateDerivative(int, Complex&, Error&) const;
+template Complex QVExpression<Complex>::EvaluateAlong(std::span<const Complex>, Complex&,
+                                                      Error&) const;
 template Complex QVExpression<Complex>::Evaluate(const QVArguments<Complex>&, Error&) const;
 template Complex QVExpression<Complex>::EvaluateDerivative(const QVArguments<Complex>&, int,
                                                            Complex&, Error&) const;

@@ -56,6 +56,7 @@ struct QVRun {
     QVFormulaFault& fault;
     bool failed = false;
     int variable = -1;  // of a derivative: its place among the program's scalars
+    std::span<const T> slopes;  // of a derivative along a direction: one for each parameter
 
     /// Writes the values of the parameters to the slots from `slot` on.
     template <class V>
@@ -68,6 +69,10 @@ struct QVRun {
         }
         if constexpr (!std::is_same_v<V, T>) {
             if (variable >= 0) first[variable].slope = T(1);
+            if (slopes.empty()) return;
+            V* next = first;
+            for (const int number : numbers)
+                (next++)->slope = slopes[static_cast<std::size_t>(number)];
         }
     }
     QVVectorView<T> vector(int number) const;

@@ -150,6 +150,9 @@ public:
     /// is the one for real changes of the parameter. A failure: "function \"%s\" has no
     /// derivative\n", of a registered function without one.
     T EvaluateDerivative(int parameter, T& derivative, Error& error) const;
+    /// The same along a direction: all scalar parameters change at once, each as fast as its slope
+    /// tells, of which there is one for each parameter (those of vectors are not used).
+    T EvaluateAlong(std::span<const T> slopes, T& derivative, Error& error) const;
 
     /// For several threads at once: a set of the current values to begin with, and evaluations that
     /// only read the expression.

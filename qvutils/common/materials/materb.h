@@ -94,6 +94,10 @@ public:
     // Relative permittivity and permeability, in the axes of the waveguide: turned by crystal cut
     // and RIX_ANIROTATION. aniEpsRot is getAniEpsFull.
     CStensor eps(double mx, double my, double lambda, double T) const;
+    /// The same with d(eps)/d(lambda) in 1/um, exact: that of the model or, where the file gives a
+    /// group index, such that it has that one. Posts an error too when a formula of the file has a
+    /// function without a derivative.
+    CStensor eps(double mx, double my, double lambda, double T, CStensor& slope) const;
     CStensor mu(double mx, double my, double lambda, double T) const;
     CFtensor getAniEpsFull(double mx, double my, double lambda, double T) const;
     CFtensor getAniMuFull(double mx, double my, double lambda, double T) const;

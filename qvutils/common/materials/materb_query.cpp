@@ -186,17 +186,23 @@ DStensor MaterB::nrDC(double mx, double my) const {
     return {along(0), along(1), along(2)};
 }
 
+namespace {
+
+/// For a material that has a group index of its own.
+double givenGroupIndex(const Query& q) {
+    const qvmaterial::GroupIndex& given = q.m.groupIndex;
+    if (!given.expression) return q.answer(given.polyL.value(q.lambda - q.m.lambdaRef), 1);
+    bool failed = false;
+    const double n = qvmaterial::evaluate(given.expression->formula[0], q.point, q.lambda, failed);
+    return q.answer(n, 1, failed);
+}
+
+}  // namespace
+
 double MaterB::ng(double mx, double my, double lambda, double T) const {
     const Query q(*this, Query::groupIndex, mx, my, lambda, T);
     if (!q) return 1;
-    const qvmaterial::GroupIndex& given = q.m.groupIndex;
-    if (given.expression) {
-        bool failed = false;
-        const double n =
-            qvmaterial::evaluate(given.expression->formula[0], q.point, lambda, failed);
-        return q.answer(n, 1, failed);
-    }
-    if (given.polyL.defined()) return q.answer(given.polyL.value(lambda - q.m.lambdaRef), 1);
+    if (q.m.groupIndex.defined()) return givenGroupIndex(q);
     Optics<Dual> optics(q.m, q.point, Dual(lambda, 1));
     const Dual n = qvmaterial::realPart(optics.indexAlongX());
     return q.answer(n.value - lambda * n.slope, 1, optics.failed());
@@ -226,6 +232,28 @@ CStensor MaterB::eps(double mx, double my, double lambda, double T) const {
     if (!optics.failed() && finite(e[0]) && finite(e[1]) && finite(e[2])) return {e[0], e[1], e[2]};
     q.answer(NAN, 1, optics.failed());
     return same(Complex(1));
+}
+
+CStensor MaterB::eps(double mx, double my, double lambda, double T, CStensor& slope) const {
+    slope = same(Complex(0));
+    const Query q(*this, Query::permittivity, mx, my, lambda, T);
+    if (!q) return same(Complex(1));
+    Optics<Dual> optics(q.m, q.point, Dual(lambda, 1));
+    std::array<qvmaterial::DualComplex, 3> e = optics.epsDiagonal();
+    if (optics.failed() || !finite(e[0].value) || !finite(e[1].value) || !finite(e[2].value)) {
+        q.answer(NAN, 1, optics.failed());
+        return same(Complex(1));
+    }
+    if (q.m.groupIndex.defined() && !q.m.permeability.defined()) {
+        const double ng = givenGroupIndex(q);
+        for (qvmaterial::DualComplex& axis : e) {
+            const Complex n = qvmaterial::mediumRoot(axis.value);
+            const Complex dn((n.real() - ng) / lambda, (axis.slope / (2. * n)).imag());
+            axis.slope = 2. * n * dn;
+        }
+    }
+    slope = {e[0].slope, e[1].slope, e[2].slope};
+    return {e[0].value, e[1].value, e[2].value};
 }
 
 CStensor MaterB::mu(double mx, double my, double lambda, double T) const {

@@ -120,6 +120,28 @@ TEST(Derivatives, on_the_branch_cuts_are_those_above) {
     }
 }
 
+TEST(Derivatives, along_a_direction_all_parameters_change_at_once) {
+    const Complex x(0.7, 0.2), i(0, 1);
+    for (const char* text : {"x**2*a + v[1]", "abs(x*a)", "exp(a*x)/sqrt(x+a)"}) {
+        Slopes<Complex> formula(text);
+        formula.expression.getNameSpace()[1].value[0] = x;
+        const Complex slopes[] = {2. - i, 3. * i, 99};
+        Complex slope;
+        Error error;
+        formula.expression.EvaluateAlong(slopes, slope, error);
+        const auto at = [&](double k) {
+            formula.expression.getNameSpace()[2].value[0] = 1.25 + 1e-3 * k * slopes[1];
+            return formula.value(x + 1e-3 * k * slopes[0]);
+        };
+        const Complex expected =
+            (45. * (at(1) - at(-1)) - 9. * (at(2) - at(-2)) + (at(3) - at(-3))) / 0.06;
+        EXPECT_LT(std::abs(slope - expected), 1e-9 * std::abs(expected)) << text;
+        EXPECT_FALSE(error);
+        formula.expression.EvaluateAlong({slopes, 2}, slope, error);
+        EXPECT_STREQ(error.chars(), "there are 3 parameters and 2 slopes\n");
+    }
+}
+
 TEST(Derivatives, are_taken_with_respect_to_any_scalar_parameter) {
     Slopes<double> formula("a*a*x + v[a]");
     EXPECT_EQ(formula.slope(3, 1), 1.5625);

@@ -226,7 +226,21 @@ TEST_F(MaterialQueries, GroupIndexIsTheExactDerivative) {
         const auto at = [&](double x) { return m.nr(0, 0, l + x * h, 300); };
         const double d = (8 * (at(1) - at(-1)) - (at(2) - at(-2))) / (12 * h);
         EXPECT_NEAR(m.ng(0, 0, l, 300), at(0) - l * d, 2e-9 * (1 + std::abs(d))) << body;
+        CStensor epsSlope;
+        const CStensor eps = m.eps(0, 0, l, 300, epsSlope);
+        const auto epsAt = [&](double x) { return m.eps(0, 0, l + x * h, 300); };
+        const CStensor e[] = {epsAt(-2), epsAt(-1), epsAt(0), epsAt(1), epsAt(2)};
+        for (const auto axis : {&CStensor::xx, &CStensor::yy, &CStensor::zz}) {
+            const auto expected = (8. * (e[3].*axis - e[1].*axis) - (e[4].*axis - e[0].*axis)) /
+                                  (12 * h);
+            EXPECT_LT(std::abs(eps.*axis - e[2].*axis), 1e-14 * std::abs(eps.*axis)) << body;
+            EXPECT_LT(std::abs(epsSlope.*axis - expected), 4e-9 * (1 + std::abs(expected))) << body;
+        }
     }
+    // A group index that the file gives is that of the permittivity too: 2 n (n - ng) / lambda.
+    CStensor given;
+    make("RIX_POLYX 1 2\nNG_POLYL 2 1.5 0.1").eps(0, 0, l, 300, given);
+    EXPECT_NEAR(given.yy.real(), 2 * 2 * (2 - 1.61) / l, 1e-14);
     EXPECT_DOUBLE_EQ(make("RIX_POLYX 1 2\nNG_POLYL 2 1.5 0.1").ng(0, 0, l, 300), 1.61);
     EXPECT_DOUBLE_EQ(make("RIX_POLYX 1 2\nNGROUP_EXPRESSION \"1.5 + T/300\"").ng(0, 0, l, 300), 2.5);
     EXPECT_STREQ(qverr().chars(), "");
