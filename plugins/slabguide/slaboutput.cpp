@@ -68,24 +68,35 @@ Complex indexAt(const Stack& stack, double x) {
     return std::sqrt(stack.layers[i].eps);
 }
 
-/// The index as a line with steps: x, and the index there.
-std::pair<std::vector<double>, std::vector<double>> indexProfile(const Stack& stack,
-                                                                 const Window& window) {
-    std::vector<double> x = {window.from}, n;
+/// The index as a line with steps: x, and its two parts there.
+struct IndexProfile {
+    std::vector<double> x, n, k;
+};
+IndexProfile indexProfile(const Stack& stack, const Window& window) {
+    std::vector<double> x = {window.from}, n, k;
     double top = 0;
     for (std::size_t i = 0; i < stack.layers.size(); ++i) {
         if (i > 0) top += i + 1 < stack.layers.size() ? stack.layers[i].thickness : 0;
         const bool isLast = i + 1 == stack.layers.size();
         n.insert(n.end(), 2, std::sqrt(stack.layers[i].eps).real());
+        k.insert(k.end(), 2, std::sqrt(stack.layers[i].eps).imag());
         x.insert(x.end(), isLast ? 1 : 2, isLast ? window.to : top);
     }
-    return {x, n};
+    return {x, n, k};
 }
 
-std::vector<double> places(const Window& window) {
+/// Evenly over the window, and the interfaces, where fields of metals have their peaks.
+std::vector<double> places(const Stack& stack, const Window& window) {
     std::vector<double> x;
     for (int i = 0; i < samples; ++i)
         x.push_back(window.from + (window.to - window.from) * i / (samples - 1));
+    double top = 0;
+    for (std::size_t i = 1; i < stack.layers.size(); ++i) {
+        x.push_back(top);
+        top += stack.layers[i].thickness;
+    }
+    std::sort(x.begin(), x.end());
+    x.erase(std::unique(x.begin(), x.end()), x.end());
     return x;
 }
 
@@ -96,17 +107,16 @@ std::string picturesNumber(double value) {
     return {digits, end.ptr};
 }
 
-qvSvgDocument stacked(const std::vector<qvSvgDocument>& charts, double width, double height) {
-    qvSvgDocument all(width, height * static_cast<double>(charts.size()));
-    for (std::size_t i = 0; i < charts.size(); ++i)
-        all.add(charts[i], 0, height * static_cast<double>(i));
-    return all;
-}
-
 constexpr double chartHeight = 320;
 
-/// More would not be told apart.
-constexpr std::size_t mostCurves = 8;
+/// More fields would not be told apart; more lines would be a grey area.
+constexpr std::size_t mostFields = 8;
+constexpr int mostLines = 100;
+
+QVString titleOf(std::size_t shown, std::size_t all) {
+    if (shown >= all) return "";
+    return ("the first " + std::to_string(shown) + " of " + std::to_string(all) + " modes").c_str();
+}
 
 qvSvgChart chartOf(const char* x, const char* xUnit, const char* y, const char* yUnit) {
     qvSvgChart chart;
@@ -164,7 +174,7 @@ std::string profileTable(const Stack& stack, const Solution& solution) {
         table.text("re(" + name + ")").text("im(" + name + ")");
     }
     table.end();
-    for (const double x : places(windowOf(stack, solution))) {
+    for (const double x : places(stack, windowOf(stack, solution))) {
         const Complex index = indexAt(stack, x);
         table.number(x).number(index.real()).number(index.imag());
         for (const Mode& mode : solution.modes) {
@@ -200,9 +210,12 @@ std::string scanTable(const SlabScan& scan) {
 
 qvSvgDocument profilePicture(const Stack& stack, const Solution& solution) {
     const bool tm = isMagnetic(stack);
-    const std::vector<double> x = places(windowOf(stack, solution));
+    const Window window = windowOf(stack, solution);
+    const std::vector<double> x = places(stack, window);
     qvSvgChart fields = chartOf("x", "µm", tm ? "Re Hy" : "Re Ey", "1/√µm");
-    for (std::size_t i = 0; i < std::min(solution.modes.size(), mostCurves); ++i) {
+    const std::size_t shown = std::min(solution.modes.size(), mostFields);
+    fields.title = titleOf(shown, solution.modes.size());
+    for (std::size_t i = 0; i < shown; ++i) {
         const Mode& mode = solution.modes[i];
         std::vector<double> y;
         for (const double at : x) y.push_back(mode.field(at).real());
@@ -211,38 +224,54 @@ qvSvgDocument profilePicture(const Stack& stack, const Solution& solution) {
         fields.addCurve(name.c_str(), x, y);
     }
     qvSvgChart index = chartOf("x", "µm", "refractive index", "");
-    const auto [edges, n] = indexProfile(stack, windowOf(stack, solution));
-    index.addCurve("", edges, n).colour = "#444444";
+    const auto isLossy = [](const Layer& layer) { return std::sqrt(layer.eps).imag() != 0; };
+    const bool lossy = std::any_of(stack.layers.begin(), stack.layers.end(), isLossy);
+    const IndexProfile profile = indexProfile(stack, window);
+    index.addCurve(lossy ? "real part" : "", profile.x, profile.n).colour = "#444444";
+    if (lossy) {
+        qvSvgCurve& imaginary = index.addCurve("imaginary part", profile.x, profile.k);
+        imaginary.colour = "#444444";
+        imaginary.dash = "7 4";
+    }
     // With nothing guided the index is all there is to see.
-    std::vector<qvSvgDocument> charts;
-    if (!solution.modes.empty()) charts.push_back(fields.draw());
-    charts.push_back(index.draw());
-    return stacked(charts, fields.width, chartHeight);
+    std::vector<qvSvgChart> charts;
+    if (!solution.modes.empty()) charts.push_back(fields);
+    charts.push_back(index);
+    return qvSvgStacked(charts);
 }
 
 qvSvgDocument scanPicture(const SlabScan& scan) {
     std::vector<double> x;
     for (int point = 0; point < scan.size(); ++point) x.push_back(scan.value(point));
-    const auto chart = [&](const char* title, const char* unit, double SlabScan::Mode::*quantity) {
-        qvSvgChart one = chartOf(scan.variable(), "", title, unit);
-        const int most = std::min(scan.mostModes(), static_cast<int>(mostCurves));
-        for (int i = 0; i < most; ++i) {
+    const int most = scan.mostModes(), shown = std::min(most, mostLines);
+    const bool crowded = shown > 2 * qvSvgColours;
+    std::vector<qvSvgChart> charts;
+    const auto add = [&](const char* title, const char* unit, double SlabScan::Mode::*quantity) {
+        const bool isFirst = charts.empty();  // what the colours mean is told once
+        qvSvgChart& chart = charts.emplace_back(chartOf(scan.variable(), "", title, unit));
+        if (isFirst)
+            chart.title = titleOf(static_cast<std::size_t>(shown), static_cast<std::size_t>(most));
+        for (int i = 0; i < shown; ++i) {
             std::vector<double> y;
             for (int point = 0; point < scan.size(); ++point)
                 y.push_back(i < scan.modes(point) ? scan.mode(point, i).*quantity : nothing);
-            qvSvgCurve& curve = one.addCurve(modeName(scan.isMagnetic(), i).c_str(), x, y);
+            const bool isNamed = isFirst && (!crowded || i < qvSvgColours);
+            const std::string name = isNamed ? modeName(scan.isMagnetic(), i) : "";
+            qvSvgCurve& curve = chart.addCurve(name.c_str(), x, y);
             curve.dots = scan.size() == 1;
+            if (!crowded) continue;
+            curve.colour = qvSvgColour(i);
+            curve.width = 1;
         }
-        return one.draw();
     };
     bool lossy = false;
     for (int point = 0; point < scan.size(); ++point) {
         for (int i = 0; i < scan.modes(point); ++i) lossy |= scan.mode(point, i).loss != 0;
     }
-    std::vector<qvSvgDocument> charts = {chart("effective index", "", &SlabScan::Mode::re),
-                                         chart("group index", "", &SlabScan::Mode::groupIndex)};
-    if (lossy) charts.push_back(chart("loss", "dB/cm", &SlabScan::Mode::loss));
-    return stacked(charts, qvSvgChart().width, chartHeight);
+    add("effective index", "", &SlabScan::Mode::re);
+    add("group index", "", &SlabScan::Mode::groupIndex);
+    if (lossy) add("loss", "dB/cm", &SlabScan::Mode::loss);
+    return qvSvgStacked(std::move(charts));
 }
 
 }  // namespace slab

@@ -208,3 +208,24 @@ qvSvgDocument qvSvgChart::draw() const {
     const ChartLayout layout(*this);
     return Drawing(*this, layout).finished();
 }
+
+qvSvgDocument qvSvgStacked(std::vector<qvSvgChart> charts) {
+    double width = 0, height = 0, left = 0, right = 0;
+    for (const qvSvgChart& chart : charts) {
+        const ChartLayout layout(chart);
+        width = std::max(width, layout.width);
+        height += layout.height;
+        left = std::max(left, layout.frame.left);
+        right = std::max(right, layout.width - layout.frame.right);
+    }
+    qvSvgDocument all(width, height);
+    double top = 0;
+    for (qvSvgChart& chart : charts) {
+        chart.width = width;
+        chart.leftMargin = left;
+        chart.rightMargin = right;
+        all.add(chart.draw(), 0, top);
+        top += ChartLayout(chart).height;
+    }
+    return all;
+}

@@ -48,6 +48,9 @@ public:
     double height = 480;
     /// One unit is as long along x as along y: for outlines. Not with logarithmic axes.
     bool sameScale = false;
+    /// The frame keeps at least so many pixels away from the left edge, and from the right one.
+    double leftMargin = 0;
+    double rightMargin = 0;
 
     /// Adds a curve; when one has more values than the other, the rest is left out. The curve may
     /// be changed until the chart is drawn.
@@ -65,3 +68,6 @@ public:
 private:
     std::deque<qvSvgCurve> curves_;
 };
+
+/// Charts one below the other, the sides of their frames in line.
+QVCORE_API qvSvgDocument qvSvgStacked(std::vector<qvSvgChart> charts);

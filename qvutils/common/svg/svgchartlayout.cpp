@@ -182,11 +182,12 @@ void ChartLayout::arrange() {
     yTitle = fullTitle(chart_.yAxis, yTicks.exponent);
     frame.left = margin + labelGap + widestLabel(yTicks);
     if (!yTitle.Empty()) frame.left += axisTitleSize + labelGap;
-    frame.right = width - margin - 8;
+    frame.left = std::max(frame.left, chart_.leftMargin);
+    frame.right = width - std::max(margin + 8, chart_.rightMargin);
     xTicks = ticksAcross(chart_.xAxis, xRange_, frame.right - frame.left);
     xTitle = fullTitle(chart_.xAxis, xTicks.exponent);
-    frame.right =
-        std::max(width - std::max(margin + 8, widestLabel(xTicks) / 2 + 4), frame.left + 20);
+    const double beside = std::max(margin + 8, widestLabel(xTicks) / 2 + 4);
+    frame.right = std::max(width - std::max(beside, chart_.rightMargin), frame.left + 20);
     makeScales();
 }
 

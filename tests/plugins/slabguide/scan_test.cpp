@@ -121,7 +121,7 @@ TEST_F(SlabScanTest, tables_and_pictures_are_whole_files) {
         "mode,re(neff),im(neff),loss dB/cm,ngroup,confinement 1,confinement 2,confinement 3\nTE0");
     EXPECT_EQ(save("savecsv", "p.csv", "profile"), "");
     const std::string profile = contentOfFile("p.csv");
-    EXPECT_EQ(std::count(profile.begin(), profile.end(), '\n'), 1002);
+    EXPECT_EQ(std::count(profile.begin(), profile.end(), '\n'), 1004);
     EXPECT_EQ(save("savesvg", "p.svg", "profile"), "");
     EXPECT_NE(contentOfFile("p.svg").find("Re Ey"), std::string::npos);
     EXPECT_EQ(save("savecsv", "s.csv", "scan"), "guide: there is no scan\n");
