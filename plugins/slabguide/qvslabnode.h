@@ -101,6 +101,7 @@ private:
     static constexpr int settings = 3;
 
     SlabDescription describe(bool afresh);
+    void solve(slab::Stack stack);
     void put(int idx, std::unique_ptr<qvSlabLayer> layer);
     std::unique_ptr<qvSlabLayer> newLayer(const QVString& thickness, const QVString& index);
     std::unique_ptr<qvSlabLayer> newMaterialLayer(const QVString& thickness, const QVString& file,

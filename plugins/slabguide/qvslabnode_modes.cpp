@@ -6,6 +6,8 @@
 #include "plugins/slabguide/slaboutput.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/tasks/qvtask.h"
+#include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/ui/project/qvprojman.h"
 
 void qvSlabNode::OnPublish() {
@@ -81,24 +83,23 @@ SlabDescription qvSlabNode::describe(bool afresh) {
 const qvSlabNode::Solved* qvSlabNode::solved(bool afresh) {
     if (qverr()) return nullptr;
     const SlabDescription description = describe(afresh);
-    slab::Stack stack;
-    if (!qverr()) {
-        qvNameSpace& names = *GetNameSpace();
-        // Only a copy of the variables may be played with.
-        if (description.wavelengthVariable(names).Empty())
-            stack = SlabModel(description, names).stack();
-        else
-            stack = SlabModel::withCopy(description, names)->stack();
-    }
+    if (!qverr()) solve(SlabModel(description, *GetNameSpace()).stack());
+    tellWhere();
+    return qverr() ? nullptr : solved_.get();
+}
+
+void qvSlabNode::solve(slab::Stack stack) {
     if (!qverr() && (!solved_ || !(solved_->stack == stack))) {
-        slab::Solution solution = slab::solve(stack);
-        if (!solution.error.empty()) qverr().setf("%s\n", solution.error.c_str());
+        const qvRunSignal running;
+        slab::Solution solution = slab::solve(stack, [] { return qvTask::CancelRequested(); });
+        if (solution.stopped) {
+            qverr().set("the search for modes was stopped\n");
+            return;
+        }
         solved_ = std::make_unique<Solved>(Solved{std::move(stack), std::move(solution)});
     }
     if (!qverr() && !solved_->solution.error.empty())
         qverr().setf("%s\n", solved_->solution.error.c_str());
-    tellWhere();
-    return qverr() ? nullptr : solved_.get();
 }
 
 int qvSlabNode::Solve() {

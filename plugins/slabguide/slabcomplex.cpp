@@ -123,9 +123,7 @@ private:
     }
     /// Zeros and cuts crowd around the permittivities; far from there the function changes with
     /// the distance.
-    double longestStep(const Complex& w) const {
-        return care_ / 2 * (std::abs(w) + largest_);
-    }
+    double longestStep(const Complex& w) const { return care_ / 2 * (std::abs(w) + largest_); }
 
     std::optional<long> zerosIn(const Box& box);
     std::optional<double> turn(const Trial& a, const Trial& b, const Calmed& calmed, int depth);

@@ -21,17 +21,17 @@ bool isUsable(const MaterB& material, const std::string& where) {
     return !qverr();
 }
 
-}  // namespace
-
-QVString SlabDescription::wavelengthVariable(qvNameSpace& names) const {
-    const auto depends = [](const Layer& layer) {
-        return layer.material ? layer.mx.isFormula() || layer.my.isFormula()
-                              : layer.index.isFormula();
+/// d(eps)/d(lambda) by the central difference of fourth order, where no exact one can be had.
+CStensor differenceOf(const MaterB& material, double mx, double my, double lambda, double T) {
+    const auto at = [&](int steps) { return material.eps(mx, my, lambda * (1 + 1e-3 * steps), T); };
+    const CStensor a = at(-2), b = at(-1), c = at(1), d = at(2);
+    const auto slope = [&](slab::Complex CStensor::*axis) {
+        return ((a.*axis - d.*axis) + 8. * (c.*axis - b.*axis)) / (12e-3 * lambda);
     };
-    if (!wavelength.isFormula() || std::none_of(layers.begin(), layers.end(), depends)) return {};
-    const qvNamedVariable* variable = names.Find(wavelength.formula, false);
-    return variable ? wavelength.formula : QVString();
+    return {slope(&CStensor::xx), slope(&CStensor::yy), slope(&CStensor::zz)};
 }
+
+}  // namespace
 
 SlabModel::SlabModel(const SlabDescription& description, qvNameSpace& names) : names_(names) {
     wavelength_ = compile(description.wavelength, "", "wavelength");
@@ -54,11 +54,6 @@ std::unique_ptr<SlabModel> SlabModel::withCopy(const SlabDescription& descriptio
                                                const qvNameSpace& names) {
     auto copy = std::make_unique<qvNameSpace>(names);
     auto model = std::make_unique<SlabModel>(description, *copy);
-    const QVString variable = description.wavelengthVariable(*copy);
-    if (!variable.Empty()) {
-        model->wavelengthVariable_ = copy->Find(variable, false);
-        model->wavelengthFormula_ = model->wavelengthVariable_->GetExpression();
-    }
     model->copy_ = std::move(copy);
     return model;
 }
@@ -66,8 +61,8 @@ std::unique_ptr<SlabModel> SlabModel::withCopy(const SlabDescription& descriptio
 bool SlabModel::set(const QVString& variable, double value) {
     qvNamedVariable* found = copy_ ? copy_->Find(variable, false) : nullptr;
     if (!found) return false;
+    if (!found->IsValue()) knowsSlopes_ = false;  // one formula less
     found->SetValue(value);
-    if (found == wavelengthVariable_) wavelengthFormula_ = found->GetExpression();
     return true;
 }
 
@@ -130,7 +125,7 @@ slab::Stack SlabModel::stack() {
     if (qverr()) return stack;
     const std::string flaw = stack.flaw();
     if (flaw.empty())
-        addDispersion(stack, at);
+        addDispersion(stack);
     else
         qverr().setf("%s\n", flaw.c_str());
     return stack;
@@ -149,43 +144,66 @@ void SlabModel::permittivity(std::size_t number, slab::Layer& layer, const Point
         layer.eps = layer.epsAlong = index * index;
         return;
     }
+    askMaterial(number, layer, at);
+}
+
+/// In the axes of materials x is sideways, y up and z along.
+void SlabModel::askMaterial(std::size_t number, slab::Layer& layer, const Point& at) const {
+    const LayerValues& values = layers_[number];
+    const std::string where = layerName(number);
+    const MaterB& material = *values.from->material;
     const double mx = read(values.mx, where, "mx").real();
     const double my = read(values.my, where, "my").real();
-    if (qverr() || !isUsable(*material, where)) return;
-    const CStensor eps = material->eps(mx, my, at.wavelength, at.temperature);
+    if (qverr() || !isUsable(material, where)) return;
+    CStensor slope;
+    CStensor eps = material.eps(mx, my, at.wavelength, at.temperature, slope);
+    if (qverr()) {
+        qverr().reset();
+        eps = material.eps(mx, my, at.wavelength, at.temperature);
+        if (!qverr()) slope = differenceOf(material, mx, my, at.wavelength, at.temperature);
+    }
     if (qverr()) {
         const std::string why = qverr().chars_and_reset();
         qverr().setf("%s%s", where.c_str(), why.c_str());
     }
-    // In the axes of materials x is sideways, y up and z along.
     layer.eps = at.tm ? eps.yy : eps.xx;
     layer.epsAlong = at.tm ? eps.zz : eps.xx;
+    layer.dispersion = -at.wavelength * (at.tm ? slope.yy : slope.xx);
+    layer.dispersionAlong = -at.wavelength * (at.tm ? slope.zz : slope.xx);
 }
 
-bool SlabModel::disperses(const LayerValues& layer) const {
-    return layer.from->material || (wavelengthVariable_ && layer.index.isFormula);
+bool SlabModel::followsFormula(const LayerValues& layer) const {
+    return !layer.from->material && layer.index.isFormula;
 }
 
-/// k0 d(eps)/d(k0) = -lambda d(eps)/d(lambda) by the central difference of fourth order, good to 11
-/// digits for anything as smooth as an optical constant.
-void SlabModel::addDispersion(slab::Stack& stack, Point at) {
-    constexpr double step = 1e-3;
-    constexpr struct {
-        int steps;
-        double weight;
-    } stencil[] = {{-2, 1. / 12}, {-1, -8. / 12}, {1, 8. / 12}, {2, -1. / 12}};
-    const auto any = [this](const LayerValues& layer) { return disperses(layer); };
-    if (std::none_of(layers_.begin(), layers_.end(), any)) return;
-    for (const auto& point : stencil) {
-        at.wavelength = stack.wavelength * (1 + step * point.steps);
-        if (wavelengthVariable_) wavelengthVariable_->SetValue(at.wavelength);
-        for (std::size_t i = 0; i < layers_.size(); ++i) {
-            if (!disperses(layers_[i])) continue;
-            slab::Layer there;
-            permittivity(i, there, at);
-            stack.layers[i].dispersion -= point.weight * there.eps / step;
-            stack.layers[i].dispersionAlong -= point.weight * there.epsAlong / step;
-        }
+void SlabModel::prepareSlopes() {
+    knowsSlopes_ = true;
+    slopes_.reset();
+    const auto follows = [this](const LayerValues& layer) { return followsFormula(layer); };
+    if (!wavelength_.isFormula || std::none_of(layers_.begin(), layers_.end(), follows)) return;
+    const QVString& formula = wavelength_.expression.getExpression();
+    qvNamedVariable* variable = SlabSlopes::rootOf(formula, names_);
+    if (!variable) return;
+    slopes_.emplace(names_, *variable);
+    wavelengthSlope_ = slopes_->add(formula);
+    for (LayerValues& layer : layers_) {
+        if (follows(layer)) layer.slope = slopes_->add(layer.index.expression.getExpression());
     }
-    if (wavelengthVariable_) wavelengthVariable_->SetValueOrExpression(wavelengthFormula_);
+}
+
+/// Of indices given by formulas: d(eps)/d(lambda) is 2 n dn / d(lambda), both with respect to the
+/// variable that the wavelength hangs on.
+void SlabModel::addDispersion(slab::Stack& stack) {
+    if (!knowsSlopes_) prepareSlopes();
+    if (!slopes_ || qverr()) return;
+    slopes_->update();
+    const slab::Complex way = (*slopes_)[wavelengthSlope_];
+    if (qverr() || way == slab::Complex(0)) return;
+    for (std::size_t i = 0; i < layers_.size(); ++i) {
+        if (!followsFormula(layers_[i])) continue;
+        const slab::Complex n = read(layers_[i].index, layerName(i), "index");
+        const slab::Complex slope = (*slopes_)[layers_[i].slope] / way.real();
+        stack.layers[i].dispersion = stack.layers[i].dispersionAlong =
+            -2 * stack.wavelength * n * slope;
+    }
 }

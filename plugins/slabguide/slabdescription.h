@@ -1,8 +1,10 @@
 #pragma once
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "plugins/slabguide/slabslopes.h"
 #include "plugins/slabguide/slabstack.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 #include "qvutils/common/materialobject/materialref.h"
@@ -33,10 +35,6 @@ struct SlabDescription {
     };
     SlabTerm wavelength, temperature, polarisation;
     std::vector<Layer> layers;
-
-    /// The formulas, but for that of the wavelength, may say how the materials depend on it: then
-    /// it is given by a variable of its own. Its name; empty for none.
-    QVString wavelengthVariable(qvNameSpace& names) const;
 };
 
 /// Works out the numbers of a guide over the variables of a namespace.
@@ -63,6 +61,7 @@ private:
     struct LayerValues {
         Value thickness, index, mx, my;
         const SlabDescription::Layer* from;
+        std::size_t slope = 0;
     };
 
     Value compile(const SlabTerm& term, const std::string& where, const char* what);
@@ -74,14 +73,18 @@ private:
     };
     Point point() const;
     void permittivity(std::size_t number, slab::Layer& layer, const Point& at) const;
-    bool disperses(const LayerValues& layer) const;
-    void addDispersion(slab::Stack& stack, Point at);
+    void askMaterial(std::size_t number, slab::Layer& layer, const Point& at) const;
+    bool followsFormula(const LayerValues& layer) const;
+    void prepareSlopes();
+    void addDispersion(slab::Stack& stack);
 
     std::unique_ptr<qvNameSpace> copy_;
     qvNameSpace& names_;
-    /// In which formulas depend on the wavelength.
-    qvNamedVariable* wavelengthVariable_ = nullptr;
-    QVString wavelengthFormula_;
+    /// How the indices that are formulas change with the variable that the wavelength hangs on, and
+    /// the wavelength itself first: made when they are first asked for.
+    std::optional<SlabSlopes> slopes_;
+    std::size_t wavelengthSlope_ = 0;
+    bool knowsSlopes_ = false;
     Value wavelength_, temperature_, polarisation_;
     std::vector<LayerValues> layers_;
 };

@@ -74,7 +74,9 @@ void SlabScanTask::solveAt(SlabModel& model, std::size_t point) {
     model.set(scan_.variable_, scan_.values_[point]);
     const slab::Stack stack = model.stack();
     if (qverr()) return fail(point, qverr().chars_and_reset());
-    const slab::Solution solution = slab::solve(stack);
+    const slab::Solution solution =
+        slab::solve(stack, [this] { return CancelRequested() || full_; });
+    if (solution.stopped) return;
     if (!solution.error.empty()) return fail(point, solution.error + "\n");
     if (stack.polarisation == slab::Polarisation::TM) tm_ = true;
     std::vector<SlabScan::Mode>& found = points_[point];

@@ -130,9 +130,9 @@ TEST(SlabSolver, lossy_gainy_and_metallic_modes_solve_the_equation) {
 /// A film of 2 nm between metals has surface waves with |w| of 60,000: the search that goes so far
 /// must not step over those near the permittivities.
 TEST(SlabSolver, strongly_bound_plasmons_do_not_hide_the_others) {
-    const Complex eps[] = {{-2.14, 0.49}, {-0.615, 1.074}, {-19.95, 0.108}, {-3.075, 1.586},
-                           {3.416, 0},    {-3.48, 0.2},    {1.959, 0},      {-6.2, 0.296},
-                           {-23.4, 1.65}};
+    const Complex eps[] = {{-2.14, 0.49},   {-0.615, 1.074}, {-19.95, 0.108},
+                           {-3.075, 1.586}, {3.416, 0},      {-3.48, 0.2},
+                           {1.959, 0},      {-6.2, 0.296},   {-23.4, 1.65}};
     const double thickness[] = {0, 0.1444, 0.02394, 0.08398, 0.001852, 0.1567, 0.3716, 0.122, 0};
     Stack stack;
     stack.wavelength = 1;
@@ -268,6 +268,28 @@ TEST(SlabSolver, tm_modes_meet_both_permittivities_of_a_uniaxial_film) {
                              2 * std::atan(along / clad * std::sqrt(w - clad) / kappa);
         EXPECT_NEAR(phase, static_cast<double>(m) * std::numbers::pi, 1e-12);
     }
+}
+
+TEST(SlabSolver, a_search_stops_when_it_is_told_to_and_gives_up_when_it_takes_too_long) {
+    const auto metals = [](int pairs) {
+        slab::Stack stack = stackOf(both[1], 1.55, {{0, 1.444}});
+        for (int i = 0; i < pairs; ++i) {
+            stack.layers.push_back({0.02, 4., 4., 0, 0});
+            stack.layers.push_back({0.01, {-100, 5}, {-100, 5}, 0, 0});
+        }
+        stack.layers.push_back({0, 1., 1., 0, 0});
+        return stack;
+    };
+    int looks = 0;
+    const slab::Solution stopped = slab::solve(metals(400), [&] { return ++looks == 3; });
+    EXPECT_TRUE(stopped.stopped);
+    EXPECT_TRUE(stopped.modes.empty());
+    EXPECT_EQ(looks, 3);
+    slab::Effort effort;
+    effort.spend(1'000'000'000);
+    std::string error;
+    slab::complexModes(slab::mediaOf(metals(4)), both[1], effort, error);
+    EXPECT_EQ(error, "the search for the modes of 10 layers takes too long; 0 were found");
 }
 
 TEST(SlabSolver, what_cannot_be_solved_is_told_with_its_layer_and_value) {
