@@ -63,7 +63,10 @@ std::optional<DWORD> processOf(const std::vector<char>& bytes, const SystemAddre
         const bool isOpen =
             row.dwState == MIB_TCP_STATE_ESTAB || row.dwState == MIB_TCP_STATE_FIN_WAIT1 ||
             row.dwState == MIB_TCP_STATE_FIN_WAIT2 || row.dwState == MIB_TCP_STATE_CLOSE_WAIT;
-        if (isOpen && isEnd(row, end, other)) return row.dwOwningPid;
+        if (!isOpen || !isEnd(row, end, other)) continue;
+        // An end that its process has closed lives on without one until all has been received.
+        const bool isAbandoned = row.dwOwningPid == 0 && row.dwState != MIB_TCP_STATE_ESTAB;
+        if (!isAbandoned) return row.dwOwningPid;
     }
     return std::nullopt;
 }

@@ -25,6 +25,9 @@ std::string text(const char* message) {
     return message ? message : "(none)";
 }
 
+/// Under wine it takes long to learn whose a connection is, and fewer have to do.
+const bool connectionsAreCheap = qvplatform::pathSeparator() == '/';
+
 class Serving : public testing::Test {
 protected:
     /// The server still takes a client and understands it.
@@ -108,7 +111,8 @@ TEST_F(Serving, refuses_a_header_in_two_pieces) {
 
 TEST_F(Serving, survives_clients_that_leave_anywhere_in_a_frame) {
     const std::string frame = frameOf("0123456789");
-    for (std::size_t length = 0; length < frame.size(); ++length) {
+    const std::size_t step = connectionsAreCheap ? 1 : 8;
+    for (std::size_t length = 0; length < frame.size(); length += step) {
         for (const bool byReset : {false, true}) {
             {
                 Stranger stranger(server);
@@ -304,15 +308,13 @@ TEST_F(Serving, copies_share_the_sockets) {
 
 TEST_F(Serving, loses_no_descriptor_over_many_clients) {
     const std::filesystem::path descriptors = "/proc/self/fd";
-    const bool canCount =
-        qvplatform::pathSeparator() == '/' && std::filesystem::exists(descriptors);
+    const bool canCount = connectionsAreCheap && std::filesystem::exists(descriptors);
     const auto open = [&] {
         return canCount ? std::distance(std::filesystem::directory_iterator(descriptors), {}) : 0;
     };
     expectAlive();
     const auto before = open();
-    // Where a connection takes milliseconds, fewer have to do.
-    const int times = canCount ? 10'000 : 40;
+    const int times = connectionsAreCheap ? 10'000 : 15;
     for (int i = 0; i < times; ++i) {
         Stranger client(server);
         ASSERT_TRUE(client.connected) << i;
