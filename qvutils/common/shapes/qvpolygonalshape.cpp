@@ -54,6 +54,7 @@ RectT<double> QVPolygonalShape::getTurnedBoundingRect(const QVRotation& turn) co
 std::unique_ptr<QVShape> QVPolygonalShape::CreateExpandedShape(double distance) const {
     if (!Check()) return nullptr;
     QVPoints vertices = getVertices();
+    if (!checkExpanded(distance)) return nullptr;
     if (const char* flaw = qvOffsetPolygon(vertices, distance)) {
         refuseToExpand(distance, flaw);
         return nullptr;

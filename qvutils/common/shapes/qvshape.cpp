@@ -37,9 +37,14 @@ QVRotation::QVRotation(double degrees) {
 }
 
 const char* QVDimension::flawOf(double value) const {
-    if (need == finite) return std::isfinite(value) ? nullptr : "must be a finite number";
-    if (need == positive)
-        return value > 0 && std::isfinite(value) ? nullptr : "must be a positive number";
+    if (!std::isfinite(value))
+        return need == positive ? "must be a positive number" : "must be a finite number";
+    if (std::fabs(value) > most) return "must not be beyond 1e100";
+    if (need == finite) return nullptr;
+    if (need == positive) {
+        if (!(value > 0)) return "must be a positive number";
+        return value < 1 / most ? "must not be below 1e-100" : nullptr;
+    }
     const bool possible =
         value >= QVRegularPolygon::minVertices && value <= QVRegularPolygon::maxVertices;
     return possible ? nullptr : "must be from 3 to 1000000";
@@ -229,11 +234,12 @@ bool QVShape::checkAngle(double angle) const {
 }
 
 bool QVShape::checkExpanded(double distance, double w, double h) const {
+    const QVDimension size{};
     if (!std::isfinite(distance))
         refuseToExpand(distance, "the distance is not a finite number");
-    else if (!std::isfinite(w) || !std::isfinite(h))
+    else if (std::max({std::fabs(distance), w, h}) > QVDimension::most)
         refuseToExpand(distance, "it would be too large");
-    else if (!(w > 0 && h > 0))
+    else if (size.flawOf(w) || size.flawOf(h))
         refuseToExpand(distance, "nothing would be left");
     else
         return true;

@@ -20,6 +20,8 @@ class QVShape;
 /// A parameter of a shape, and what its values must be.
 struct QVCORE_API QVDimension {
     enum Need { finite, positive, vertexCount };
+    /// Neither a value nor what 1 is divided by it is greater, so that squares do not overflow.
+    static constexpr double most = 1e100;
 
     std::variant<qvParameter<double>*, qvParameter<int>*> parameter;
     const char* name;
@@ -189,7 +191,7 @@ protected:
     bool checkSize(double w, double h) const;
     bool checkAngle(double angle) const;
     /// The sizes are those after an expansion by `distance`.
-    bool checkExpanded(double distance, double w, double h) const;
+    bool checkExpanded(double distance, double w = 1, double h = 1) const;
     /// Posts "cannot <verb> <definition>: <reason>\n", with the beginning of a long definition.
     void refuse(const char* verb, const char* reason) const;
     void refuseToExpand(double distance, const char* reason) const;

@@ -60,7 +60,7 @@ bool QVShapeContainer::hasShape() const {
 }
 
 bool QVShapeContainer::take(std::unique_ptr<QVShape> shape) {
-    if (!shape) return false;
+    if (!shape || !shape->Check()) return false;
     setShape(std::move(shape));
     return true;
 }

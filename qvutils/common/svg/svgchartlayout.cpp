@@ -30,8 +30,9 @@ void setGivenLimits(const qvSvgAxis& axis, Range& range) {
     if (range.lo > range.hi) std::swap(range.lo, range.hi);
 }
 
-// Room on both sides of what is shown, but none below zero for values that have none there.
-void pad(const qvSvgAxis& axis, Range& range) {
+// Room on both sides of what is shown; with `fromZero` none below zero for values that have none
+// there.
+void pad(const qvSvgAxis& axis, Range& range, bool fromZero) {
     constexpr double part = 0.04;
     if (axis.logarithmic) {
         const double factor = std::pow(range.hi / range.lo, part);
@@ -41,7 +42,7 @@ void pad(const qvSvgAxis& axis, Range& range) {
     }
     const double room = (range.hi - range.lo) * part;
     if (!isUsable(axis, axis.lo))
-        range.lo = range.lo >= 0 && range.lo < 3 * room ? 0 : range.lo - room;
+        range.lo = fromZero && range.lo >= 0 && range.lo < 3 * room ? 0 : range.lo - room;
     if (!isUsable(axis, axis.hi)) range.hi += room;
 }
 
@@ -57,7 +58,7 @@ void widen(const qvSvgAxis& axis, Range& range) {
     }
 }
 
-Range rangeOf(const qvSvgAxis& axis, const Seen& seen, bool padded) {
+Range rangeOf(const qvSvgAxis& axis, const Seen& seen, bool padded, bool fromZero) {
     Range range = seen.range;
     const bool none = range.lo > range.hi;
     if (none) range = axis.logarithmic ? Range{1, 10} : Range{0, 1};
@@ -65,7 +66,7 @@ Range rangeOf(const qvSvgAxis& axis, const Seen& seen, bool padded) {
     if (!range.isWide()) {
         widen(axis, range);
     } else if (padded && !none) {
-        pad(axis, range);
+        pad(axis, range, fromZero);
     }
     range.lo = std::clamp(range.lo, axis.logarithmic ? 1 / largest : -largest, largest);
     range.hi = std::clamp(range.hi, -largest, largest);
@@ -162,8 +163,8 @@ void ChartLayout::findRanges() {
                 ySeen.add(curve.y[i]);
         }
     }
-    xRange_ = rangeOf(chart_.xAxis, xSeen, padX);
-    yRange_ = rangeOf(chart_.yAxis, ySeen, true);
+    xRange_ = rangeOf(chart_.xAxis, xSeen, padX, !chart_.sameScale);
+    yRange_ = rangeOf(chart_.yAxis, ySeen, true, !chart_.sameScale);
 }
 
 // From the outside in: what stands above and below decides the height, the labels on the left the

@@ -70,6 +70,8 @@ TEST_F(Shapes, a_text_that_is_no_shape_is_told_and_changes_nothing) {
         {"RECTANGLE(1, h)", "2, 3, 4", "Invalid rectangle parameters: 2, 3, 4\n"},
         {"RECTANGLE(1, h)", "0, 3", "width must be a positive number"},
         {"RECTANGLE(1, h)", "2, -1e-3", "height must be a positive number"},
+        {"RECTANGLE(1, h)", "2, 1e101", "height must not be beyond 1e100"},
+        {"RECTANGLE(1, h)", "1e-300, 2", "width must not be below 1e-100"},
         {"RECTANGLE(1, h)", "2, (h", "height has brackets that do not match"},
         {"RECTANGLE(1, h)", "2, h)+(1", "height has brackets that do not match"},
         {"RECTANGLE(1, h)", "2, \"h\"", "height has a double quote"},
