@@ -90,8 +90,10 @@ bool RowReader::readNumber(std::string_view& row, const char* column, double& nu
     const std::string_view word = takeWord(row);
     if (word.empty()) return failHere(std::string("the ") + column + " is missing");
     if (qvStringToNumber(QVText(word), number) && std::isfinite(number)) return true;
-    return failHere(std::string("the ") + column + " \"" + std::string(word.substr(0, shown)) +
-                    "\" is not a number");
+    std::string told(word.substr(0, shown));
+    std::replace_if(
+        told.begin(), told.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '?');
+    return failHere(std::string("the ") + column + " \"" + told + "\" is not a number");
 }
 
 bool readText(const std::string& path, std::string& text, RowReader& reader) {

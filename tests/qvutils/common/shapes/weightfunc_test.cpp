@@ -269,6 +269,7 @@ TEST_F(Weights, a_file_that_cannot_be_used_is_named_with_the_line) {
         {"0 1\n1 x2\n", "line 2: the weight \"x2\" is not a number"},
         {"0 1\n\n1 nan\n", "line 3: the weight \"nan\" is not a number"},
         {"0 1\n1\n", "line 2: the weight is missing"},
+        {std::string("0 1\n1 \0", 7), "line 2: the weight \"?\" is not a number"},
         {"0 1\n0 2\n", "line 2: t = 0 is not greater than the 0 before it"},
         {"0 1\n" + std::string(5000, ' ') + "\n", "line 2: too long"},
         {tooMany, "line 65536: more than 65535 rows"},
