@@ -42,6 +42,12 @@ expect(STATUS 1 OUT "0\n0\n" ERR ${error} ARGS --settings none run three.qv)
 expect(STATUS 1 OUT "0\n" ERR ${error} ARGS --settings stop.conf run three.qv three.qv)
 expect(STATUS 1 OUT "0\n" ERR "${error}go on after this error\\?\nqv: nobody is there[^\n]*\n"
        ARGS --settings pause.conf run three.qv three.qv)
+file(WRITE ${WORK}/outer.qv "// runs another\napp.runfile(\"three.qv\")\napp.numsubnodes()\n")
+expect(STATUS 1 OUT "0\n"
+       ERR "${error}go on after this error\\?\nqv: nobody is there[^\n]*\nouter.qv:2: [^\n]*failed[^?]*"
+       ARGS --settings pause.conf -c "app.runfile(\"outer.qv\"); app.numsubnodes()")
+expect(STATUS 1 ERR "> app.runfile[^?]*run it\\?\nqv: nobody is there[^?]*"
+       ARGS --settings step.conf run outer.qv)
 expect(STATUS 1 ERR "> app.numsubnodes\\(\\)\nrun it\\?\nqv: nobody is there[^\n]*\n"
        ARGS --settings step.conf run three.qv)
 expect(STATUS 0 OUT "0\n" ARGS --settings step.conf -c "app.numsubnodes()")
@@ -79,3 +85,8 @@ expect(STATUS 0 OUT "name +model\nOwn +RIX_POLYX\n" ARGS material own.mat --list
 # Settings that cannot be read or kept keep nothing from working.
 expect(STATUS 0 OUT "0\n" ERR "settings file \"[^\n]*materials\": [^\n]*\n.*could not be kept.*"
        ARGS --settings materials -c "app.settings.mainX = 1; app.numsubnodes()")
+if(NOT EMULATOR)
+    expect(STATUS 0 OUT "0\n" ERR "settings file \"/dev/zero\": is no file[^\n]*\n"
+           ARGS --settings /dev/zero -c "app.numsubnodes()")
+    expect(STATUS 1 ERR "qv: licence file \"/dev/zero\" is no file\n" ARGS --licence /dev/zero -c 1)
+endif()

@@ -103,6 +103,7 @@ TEST(Files, paths_are_joined_with_one_separator) {
     EXPECT_EQ(joinPath("a", "b"), "a" + separator + "b");
     EXPECT_EQ(joinPath("a/", "b"), "a/b");
     EXPECT_EQ(joinPath("", "b"), "b");
+    EXPECT_EQ(qvplatform::fullPath("./b/././c"), qvplatform::fullPath("b/c"));
 }
 
 }  // namespace

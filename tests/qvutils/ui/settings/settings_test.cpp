@@ -118,7 +118,8 @@ TEST_F(SettingsTest, all_come_back_as_they_were_written) {
 
 TEST_F(SettingsTest, what_does_not_suit_is_left_aside_on_reading) {
     const auto file = config(
-        "[o]\nmainX=100000000\nmainWidth=wide\ncpuPriority=0\nSoundsEnabled=7\nstopOnError=x\n"
+        "[o]\nmainX=100000000\nmainWidth=wide\ncpuPriority=0\npauseOnError=7\nSoundsEnabled="
+        "false\nstopOnError=x\n"
         "mainHeight=\nmainY=-100000\nstrange=1\nmaterialDir=/m\n[o/commandline]\npointSize=12\n"
         "fgColour=red\n[o/mainX]\na=b\n");
     ASSERT_TRUE(execute("app.settings.mainX = 11"));
@@ -126,7 +127,8 @@ TEST_F(SettingsTest, what_does_not_suit_is_left_aside_on_reading) {
     EXPECT_EQ(values().mainX, 11);
     EXPECT_EQ(values().mainWidth, 1200);
     EXPECT_EQ(values().cpuPriority, 3);
-    EXPECT_TRUE(values().SoundsEnabled);
+    EXPECT_TRUE(values().pauseOnError);
+    EXPECT_FALSE(values().SoundsEnabled);
     EXPECT_FALSE(values().stopOnError);
     EXPECT_EQ(values().mainY, -100000);
     EXPECT_STREQ(values().materialDir.Chars(), "/m");
