@@ -1,17 +1,13 @@
 // Block text: whatever is read as blocks and written again must read as the same, and settle.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "fuzz/check.h"
 #include "qvutils/common/blocks/qvutils.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// A line or a child block of a body.
 struct Item {

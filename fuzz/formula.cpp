@@ -3,19 +3,15 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <string>
 #include <string_view>
 
+#include "fuzz/check.h"
 #include "qvutils/common/formula/limits.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 template <class T>
 void declare(QVExpression<T>& expression, std::string_view formula) {

@@ -2,9 +2,9 @@
 // reading of the rules finds, and stops where that does.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "qvutils/common/platform/socket.h"
 #include "qvutils/common/server/frame.h"
 
@@ -13,10 +13,6 @@ namespace {
 using qvplatform::TcpSocket;
 
 constexpr unsigned limit = 100'000;
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Gives the bytes in pieces, with waits in between, as the first byte says.
 class Pieces : public qvFrameSource {

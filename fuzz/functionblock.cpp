@@ -3,20 +3,16 @@
 // inside of a block, as a definition line and as a data file.
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "fuzz/check.h"
 #include "qvutils/common/blocks/qvutils.h"
 #include "qvutils/qvnr/func2d.h"
 #include "qvutils/qvnr/functiontext.h"
 #include "qvutils/qvnr/userDefFunc.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 template <class F>
 std::string written(const F& f) {

@@ -2,9 +2,9 @@
 // finds nothing wrong means that it loads.
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/materials/materb.h"
@@ -12,10 +12,6 @@
 #include "qvutils/common/platform/process.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Knows one file by two names, so that what is tried can include nothing else.
 class OneFile : public qvplatform::FileSystem {

@@ -6,13 +6,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "qvutils/common/text/qvnumber.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 bool same(double a, double b) {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);

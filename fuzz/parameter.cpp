@@ -3,18 +3,14 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
-#include <cstdlib>
 
+#include "fuzz/check.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/parameters/qvparameter.h"
 #include "qvutils/common/variables/qvnamespace.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 qvNameSpace& space() {
     static qvNameSpace* const made = [] {

@@ -2,11 +2,11 @@
 // is refused must leave the shape as it was. Whatever is read can be asked and moved.
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "fuzz/check.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/formula/limits.h"
@@ -14,10 +14,6 @@
 #include "qvutils/common/variables/qvnamespace.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 qvNameSpace& space() {
     static qvNameSpace* const made = [] {

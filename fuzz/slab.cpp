@@ -2,9 +2,9 @@
 // is read from any bytes is written back as those bytes.
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "plugins/slabguide/qvslabnode.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
@@ -13,10 +13,6 @@
 #include "qvutils/ui/project/qvprojman.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 void discard(int, const char*) {}
 

@@ -1,9 +1,9 @@
 // State files: what is read from any bytes is a beginning of them, and is written back the same.
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/platform/files.h"
@@ -11,10 +11,6 @@
 #include "qvutils/common/statefiles/sfhandler.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 void discard(int, const char*) {}
 

@@ -2,9 +2,9 @@
 // and one that is refused must leave the function as it was. Whatever is read can be asked.
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/check.h"
 #include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/common/formula/limits.h"
@@ -12,10 +12,6 @@
 #include "qvutils/common/variables/qvnamespace.h"
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 qvNameSpace& space() {
     static qvNameSpace* const made = [] {
