@@ -31,30 +31,33 @@ void qvNeededPlugins::read(std::string_view header) {
 }
 
 void qvNeededPlugins::collect(const qvProjectNode& root) {
-    const qvMetaDataTable& table = getProjectManager().getMetaDataTable();
     const auto before = std::exchange(byType_, {});
-    bool anyUnknown = false;
-    collectFrom(root, anyUnknown);
-    if (!anyUnknown) return;
+    std::set<std::string, std::less<>> unread;
+    collectFrom(root, unread);
+    if (unread.empty()) return;
     for (const auto& [type, plugin] : before) {
-        if (!table.FindMetaDataByBlockType(type.c_str())) byType_.emplace(type, plugin);
+        if (unread.count(type))
+            byType_[type] = plugin;
+        else
+            byType_.emplace(type, plugin);
     }
 }
 
-void qvNeededPlugins::collectFrom(const qvProjectNode& node, bool& anyUnknown) {
+void qvNeededPlugins::collectFrom(const qvProjectNode& node,
+                                  std::set<std::string, std::less<>>& unread) {
     const qvMetaDataTable& table = getProjectManager().getMetaDataTable();
     const qvClassInfo* last = nullptr;
     for (const qvProjectNode* child : node.getNodes()) {
         const qvClassInfo* const info = child->getClassInfo();
-        if (std::exchange(last, info) != info) {
+        if (info->IsKindOf(qvUnknownNode::getStaticClassInfo())) {
+            unread.emplace(child->getTypeName());
+        } else if (std::exchange(last, info) != info) {
             const qvProjectNodeInfo* const record = table.FindMetaDataByClassInfo(info);
-            if (!record) {
-                anyUnknown |= info->IsKindOf(qvUnknownNode::getStaticClassInfo());
-            } else if (!record->plugin.empty() && isWord(record->signature.type)) {
+            if (record && !record->plugin.empty() && isWord(record->signature.type)) {
                 byType_.emplace(record->signature.type, record->plugin);
             }
         }
-        collectFrom(*child, anyUnknown);
+        collectFrom(*child, unread);
     }
 }
 

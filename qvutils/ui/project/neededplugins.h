@@ -1,5 +1,6 @@
 #pragma once
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -17,8 +18,9 @@ public:
 
     /// What the text of a header block says.
     void read(std::string_view header);
-    /// Replaces what was read by what the nodes of a tree need. Of types that nobody knows, and
-    /// which nodes in it may have, what was read stays.
+    /// Replaces what was read by what the nodes of a tree need. While some of them are kept as they
+    /// are, what was read stays too: for their own types, which may want a later version of a
+    /// plug-in that is there, and for those of the blocks within them.
     void collect(const qvProjectNode& root);
     void write(TextBlock& header) const;
 
@@ -26,7 +28,8 @@ public:
     std::string find(std::string_view blockType) const;
 
 private:
-    void collectFrom(const qvProjectNode& node, bool& anyUnknown);
+    /// `unread` gets the types of the nodes that are kept as they are.
+    void collectFrom(const qvProjectNode& node, std::set<std::string, std::less<>>& unread);
 
     std::map<std::string, std::string, std::less<>> byType_;
 };

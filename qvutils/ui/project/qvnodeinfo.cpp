@@ -9,23 +9,10 @@
 
 namespace {
 
-int countChildren(const qvProjectNodeInfo& record) {
-    int count = 0;
-    if (record.allowedChildren) {
-        while (record.allowedChildren[count]) ++count;
-    }
-    return count;
-}
-
 bool isUsable(const qvProjectNodeInfo& record) {
     const char* type = record.signature.type;
     if (!record.classInfo || !type || !*type) {
         qverr().set("a node type needs a class and a block type\n");
-        return false;
-    }
-    if (countChildren(record) > qvProjectNodeInfo::maxChildren) {
-        qverr().setf("node type \"%s\" lists more than %d child types\n", type,
-                     qvProjectNodeInfo::maxChildren);
         return false;
     }
     return true;
@@ -40,9 +27,9 @@ const qvProjectNodeInfo* findRecord(const Records& records, Test test) {
 }
 
 bool listsAsChild(const qvProjectNodeInfo& parent, const qvClassInfo* child) {
-    if (!parent.allowedChildren) return false;
-    for (auto entry = parent.allowedChildren; *entry; ++entry) {
-        if (*entry == child) return true;
+    const qvClassInfo* const* const entries = parent.allowedChildren;
+    for (int i = 0; entries && i < qvProjectNodeInfo::maxChildren && entries[i]; ++i) {
+        if (entries[i] == child) return true;
     }
     return false;
 }

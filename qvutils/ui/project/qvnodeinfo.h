@@ -17,8 +17,8 @@ struct QVCORE_API qvProjectNodeInfo {
     static constexpr int plainText = 1;
 
     const qvClassInfo* classInfo = nullptr;
-    /// The classes of the nodes that this type may contain: null-terminated, at most maxChildren;
-    /// null for none.
+    /// The classes of the nodes that this type may contain: null-terminated, entries past
+    /// maxChildren do not count; null for none.
     const qvClassInfo* const* allowedChildren = nullptr;
     /// Type and version of the block under which the node is written.
     TBlockSig signature{"", 0, 0};
@@ -39,7 +39,7 @@ class QVCORE_API qvMetaDataTable {
 public:
     /// Keeps a copy of the record; what it points to (class records, type name) must outlive the
     /// registration. False, with a warning, when the block type is taken; false, with an error,
-    /// when it has no class or type or more than maxChildren children.
+    /// when it has no class or type.
     bool AddNode(const qvProjectNodeInfo& record);
     /// Takes a registration back.
     bool RemoveNode(const char* blockType);

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "qvutils/common/diagnostics/diagnostics.h"
 #include "qvutils/common/error/qverror.h"
 #include "qvutils/ui/project/bodyreader.h"
 #include "qvutils/ui/project/loadresult.h"
@@ -18,6 +19,12 @@ constexpr int fetchDistance = 4;
 
 TBlockSig signatureOf(const TextBlock& block) {
     return {block.getType(), block.getMajorVer(), block.getMinorVer()};
+}
+
+/// Name and version of the plug-in that the project's file names for the type of a block.
+std::string writerOf(const TextBlock& block, qvProjectNode& parent) {
+    const qvProject* project = parent.getRootProject();
+    return project ? project->neededPlugin(block.getType()) : "";
 }
 
 /// The header line without its end.
@@ -204,8 +211,7 @@ bool qvProjectNode::readChild(const BodyReader& reader, TextBlock& block, QVStri
     std::unique_ptr<qvProjectNode> child(
         getProjectManager().CreateNodeForTextBlock(signatureOf(block)));
     if (!child) {
-        const qvProject* project = getRootProject();
-        const std::string plugin = project ? project->neededPlugin(block.getType()) : "";
+        const std::string plugin = writerOf(block, *this);
         SyntaxErr("node type \"%s\" unknown%s%s%s, kept as it is: %s\n", block.getType(),
                   plugin.empty() ? "" : " (needs the plug-in ", plugin.c_str(),
                   plugin.empty() ? "" : ")", headerOf(block).c_str());
@@ -241,6 +247,12 @@ bool qvProjectNode::readBodyOf(std::unique_ptr<qvProjectNode>& child, TextBlock&
     if (!child->ReadTB(block) && !hardError()) {
         if (qvSyntaxErrCount() == errors) {
             SyntaxErr("block cannot be read: %s\n", headerOf(block).c_str());
+        }
+        const auto* info =
+            getProjectManager().getMetaDataTable().FindMetaDataByBlockType(block.getType());
+        const std::string plugin = writerOf(block, *child);
+        if (info && plugin != info->plugin && !plugin.empty()) {
+            wlwrite(("   kept as it is, written by the plug-in " + plugin + "\n").c_str());
         }
         child.reset();
     }
