@@ -1,6 +1,7 @@
 #include "qvutils/common/command/command_line.h"
 
 #include <atomic>
+#include <exception>
 #include <functional>
 
 #include "qvutils/common/command/commandglobals.h"
@@ -80,7 +81,17 @@ bool QVCommandBase::ParseCommand(const char* command, const char* comment, int f
     hints_.clear();
     fault_ = {};
     QVString result;
-    gaveValue_ = runStatement(command, result);
+    gaveValue_ = false;
+    // A plug-in may throw what it likes; that is an error of the statement, not the program's end.
+    try {
+        gaveValue_ = runStatement(command, result);
+    } catch (const Error& thrown) {
+        qverr().set(thrown.chars());
+    } catch (const std::exception& thrown) {
+        qverr().setf("exception: %s\n", thrown.what());
+    } catch (...) {
+        qverr().set("exception of an unknown type\n");
+    }
     if (qverr()) {
         result = QVString();
         failed_ = true;

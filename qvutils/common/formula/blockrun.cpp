@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "qvutils/common/formula/functioncall.h"
+
 using namespace qvforms;
 using qvformula::Complex;
 
@@ -375,7 +377,7 @@ bool QVBlockRunner<T>::call(const FuncDataElt<T>& f, int firstSlot, int count) {
         for (int k = 0; k < count; ++k) {
             arguments_[static_cast<std::size_t>(k)] = first[k].values[first[k].uniform ? 0 : i];
         }
-        own_[0][i] = f.function({count, arguments_.data()});
+        own_[0][i] = qvCallFunction<T>(f, {count, arguments_.data()});
     }
     acc_ = {own_[0], uniform};
     return true;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "qvutils/common/formula/functioncall.h"
 #include "qvutils/common/formula/limits.h"
 #include "qvutils/common/tasks/runsignal.h"
 #include "qvutils/common/text/qvnumber.h"
@@ -114,7 +115,7 @@ QVDual<T> call(const FuncDataElt<T>& f, const QVDual<T>* arguments, int count) {
         values = many.data();
     }
     for (int i = 0; i < count; ++i) values[i] = arguments[i].value;
-    const T value = f.function({count, values});
+    const T value = qvCallFunction(f, {count, values});
     return {value, f.facts->slope(arguments, count, value)};
 }
 

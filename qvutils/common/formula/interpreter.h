@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "qvutils/common/formula/arithmetic.h"
+#include "qvutils/common/formula/functioncall.h"
 #include "qvutils/common/formula/program.h"
 #include "qvutils/common/formula/qvfnparserComm.h"
 
@@ -92,7 +93,7 @@ double loopBound(T bound, QVLoopKind kind);
 
 template <class T>
 T call(const FuncDataElt<T>& f, const T* arguments, int count) {
-    return f.function(ParList<T>{count, arguments});
+    return qvCallFunction(f, {count, arguments});
 }
 template <class T>
 QVDual<T> call(const FuncDataElt<T>& f, const QVDual<T>* arguments, int count);

@@ -1,5 +1,6 @@
 #include "qvutils/common/formula/program.h"
 
+#include "qvutils/common/formula/functioncall.h"
 #include "qvutils/common/formula/programoperators.h"
 
 namespace qvprogram {
@@ -136,7 +137,7 @@ bool Builder<T>::foldCall(const QVCompiledElement<T>& e) {
     std::vector<T> values;
     for (std::size_t i = first; i < stack_.size(); ++i) values.push_back(stack_[i].k);
     try {
-        const T value = e.function->function({e.arguments, values.data()});
+        const T value = qvCallFunction<T>(*e.function, {e.arguments, values.data()});
         stack_.resize(first);
         push(constant, 0, value);
         return true;

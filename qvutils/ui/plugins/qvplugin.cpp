@@ -142,6 +142,7 @@ qvPlugin::Outcome qvPlugin::load(const qvPluginHost& host,
     if (entered && fits(before, error) && accept(error)) return Outcome::loaded;
     takeBack();
     library_.close();
+    qverr().reset();
     return opened && !entry ? Outcome::noPlugin : Outcome::failed;
 }
 
@@ -173,7 +174,6 @@ bool qvPlugin::enter(void* entry, const qvPluginHost& host,
     } catch (...) {
         error = "its entry point threw an exception";
     }
-    qverr().reset();
     return false;
 }
 
@@ -212,7 +212,7 @@ bool qvPlugin::accept(std::string& error) {
     }
     qvProjectNodeInfoClass::Register(path_, plugin);
     for (const qvPluginOffers::Function& offer : offers_.functions) {
-        if (!isFunctionName(offer.name) || offer.arity < -1) {
+        if (!isFunctionName(offer.name) || offer.arity < -1 || offer.arity == 0) {
             error = "wrong name or number of arguments of a function: \"" + offer.name + "\"";
             return false;
         }

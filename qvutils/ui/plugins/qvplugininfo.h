@@ -59,7 +59,7 @@ struct QVCORE_API PluginInfo {
     /// All that the object publishes becomes part of what "app" publishes. It is not owned and must
     /// last until the plug-in is unloaded.
     void addCommands(QVObject& commands);
-    /// A function for formulas; `arity` -1 takes any number of arguments.
+    /// A function for formulas; `arity` is the number of its arguments, at least 1, or -1 for any.
     void addFunction(const char* functionName, int arity, QVFormulaFunction<double> real,
                      QVFormulaFunction<std::complex<double>> complex);
     /// Where the plug-in's material files lie; a relative path starts at the plug-in's directory.

@@ -1,8 +1,7 @@
 #include "qvutils/ui/plugins/qvplugins.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <set>
 #include <string_view>
 
 #include "qvutils/common/diagnostics/diagnostics.h"
@@ -62,9 +61,12 @@ void qvPlugins::load(const std::vector<std::string>& directories, const qvLicenc
     const SetAside before;
     const qvPluginHost host{applicationName, application};
     bool allLoaded = true;
-    for (auto it = directories.begin(); it != directories.end(); ++it) {
-        if (std::find(directories.begin(), it, *it) != it) continue;
-        if (!loadDirectory(*it, licence, host)) allLoaded = false;
+    std::set<std::string> seen;
+    for (const std::string& directory : directories) {
+        // The path of a file in it is the same with and without "/" or "/." at the directory's end.
+        if (!seen.insert(qvplatform::fullPath(qvplatform::joinPath(directory, "x"))).second)
+            continue;
+        if (!loadDirectory(directory, licence, host)) allLoaded = false;
     }
     if (!allLoaded) qverr().set(loadFailed, "a plugin failed to load - see Warnings");
 }

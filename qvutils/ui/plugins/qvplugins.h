@@ -29,9 +29,8 @@ public:
     static std::string programDirectory();
 
     /// Loads every file NAME.plugin in the directories that the licence allows; a directory named
-    /// twice counts once. What cannot be
-    /// loaded costs a warning; error 508 then tells that there was one. `application` is what
-    /// plug-ins get to know as "app", and may be null.
+    /// twice counts once. What cannot be loaded costs a warning; error 508 then tells that there was
+    /// one. `application` is what plug-ins get to know as "app", and may be null.
     void load(const std::vector<std::string>& directories, const qvLicence& licence,
               const std::string& applicationName, QVObject* application);
     /// Takes back what the plug-ins have registered and unloads them, the last one first. Their

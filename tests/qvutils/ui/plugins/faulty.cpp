@@ -33,6 +33,10 @@ double faulty(const ParList<double>&) {
     return 1;
 }
 
+std::complex<double> faultyComplex(const ParList<std::complex<double>>&) {
+    return 1;
+}
+
 struct Initialiser {
     Initialiser() {
         if (way == "initialiser") throw std::runtime_error("no calibration");
@@ -56,9 +60,10 @@ qvInitPlugin
     (PluginInfo& info, const char**, const char*& error, void*) {
     info.describe(way == "nameless" ? nullptr : QV_WAY, "1.0", "A. Tester");
     info.addNodeType(faultyType("faultyTB"));
-    info.addFunction("faulty", 0, faulty, nullptr);
+    info.addFunction("faulty", 1, faulty, faultyComplex);
     getProjectManager().getMetaDataTable().AddNode(faultyType("faultyDirectTB"));
-    QVFuncParserR::TheFuncParser.RegisterFunction(faulty, "faultyDirect", 0);
+    QVFuncParserR::TheFuncParser.RegisterFunction(faulty, "faultyDirect", 1);
+    QVFuncParserC::TheFuncParser.RegisterFunction(faultyComplex, "faultyDirect", 1);
     qvProjectNodeInfoClass::Register();
     if (way == "throws") throw std::runtime_error("no laser found");
     if (way == "throwsnumber") throw 7;
@@ -68,6 +73,6 @@ qvInitPlugin
     if (way == "ageless") info.coreVersion = "39";
     if (way == "twin") info.name = "probe";
     if (way == "breaksline") info.version = "1\nend";
-    if (way == "misnames") info.addFunction("2x", 0, faulty, nullptr);
+    if (way == "misnames") info.addFunction("2x", 1, faulty, nullptr);
     if (way == "typeless") info.addNodeType(qvProjectNodeInfo());
 }

@@ -1,4 +1,6 @@
 // A plug-in that brings one of everything.
+#include <stdexcept>
+
 #include "qvutils/ui/plugins/qvplugininfo.h"
 #include "qvutils/ui/project/qvprojnode.h"
 
@@ -39,9 +41,11 @@ public:
     void OnPublish() override {
         PublishFn("probe", &Commands::probe, "(): what the plug-in knows of its surroundings");
         PublishFn("makeprobe", &Commands::make, "(): an object of the plug-in");
+        PublishFn("failprobe", &Commands::fail, "(): throw an exception");
     }
     QVString probe() { return text_.c_str(); }
     std::unique_ptr<QVObject> make() { return std::make_unique<Commands>("made"); }
+    void fail() { throw std::runtime_error("no light"); }
 
 private:
     std::string text_;
@@ -65,6 +69,11 @@ T twice(const ParList<T>& arguments) {
     return 2.0 * arguments[0];
 }
 
+template <class T>
+T dark(const ParList<T>&) {
+    throw std::runtime_error("no light");
+}
+
 }  // namespace
 
 // As a compiler with other names for its functions would export it.
@@ -77,5 +86,6 @@ extern "C" QV_PLUGIN_EXPORT void qvInitPlugin(PluginInfo& info, const char** loa
     static Commands commands(text);
     info.addCommands(commands);
     info.addFunction("twice", 1, twice<double>, twice<std::complex<double>>);
+    info.addFunction("dark", 1, dark<double>, dark<std::complex<double>>);
     info.addMaterialDirectory("materials");
 }
