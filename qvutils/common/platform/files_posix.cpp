@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/lefttemporaries.h"
 
 namespace qvplatform {
 
@@ -87,6 +88,7 @@ bool FileSystem::makeDirectory(const std::string& path, bool privateToUser) {
 
 FILE* FileSystem::openTemporary(const std::string& directory, std::string& path,
                                 bool privateToUser) {
+    removeLeftTemporaries(directory);
     constexpr int attempts = 100;
     const mode_t rights = privateToUser ? 0600 : 0666;
     for (int i = 0; i < attempts; ++i) {

@@ -1,4 +1,5 @@
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/lefttemporaries.h"
 #include "qvutils/common/platform/win32text.h"
 
 #include <fcntl.h>
@@ -91,6 +92,7 @@ bool FileSystem::makeDirectory(const std::string& path, bool) {
 
 // Rights come from the directory here.
 FILE* FileSystem::openTemporary(const std::string& directory, std::string& path, bool) {
+    removeLeftTemporaries(directory);
     constexpr int attempts = 100;
     for (int i = 0; i < attempts; ++i) {
         path = joinPath(directory, temporaryName());

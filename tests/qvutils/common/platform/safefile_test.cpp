@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 
 #include "qvutils/common/platform/files.h"
@@ -33,6 +34,18 @@ TEST(SafeFile, creates_and_replaces) {
     ASSERT_TRUE(replace(path, "second"));
     EXPECT_EQ(contentOf(path), "second");
     EXPECT_EQ(namesIn(directory), Names{"\xC3\xBC \xE2\x82\xAC.txt"});
+}
+
+TEST(SafeFile, removes_what_killed_saves_have_left_behind) {
+    const TempDirectory directory;
+    const auto yesterday = fs::file_time_type::clock::now() - std::chrono::hours(25);
+    const Names names = {".qv1-2-3.tmp", ".qv4.tmp", ".qvx.tmp"};
+    for (const std::string& name : names) {
+        fs::last_write_time(directory.write(name, "x"), yesterday);
+    }
+    directory.write(names[1], "still being written");
+    ASSERT_TRUE(replace(directory.file("a"), "new"));
+    EXPECT_EQ(namesIn(directory), (Names{names[1], names[2], "a"}));
 }
 
 TEST(SafeFile, leaves_the_target_alone_until_commit_and_when_abandoned) {
