@@ -176,10 +176,6 @@ class Client(unittest.TestCase):
         with QvServe(port=self.server.port):
             self.assertEqual(self.app.numsubnodes(), 0)
 
-    def test_a_project_may_close_itself(self):
-        self.chip.close()
-        self.assertEqual(self.app.numsubnodes(), 0)
-
     def test_a_script_in_a_project_finds_the_client(self):
         code = "import qvclient; print(qvclient.connect().subnodes[1].nodename() * 2)"
         commands = f"""app.addsubnode("projectTB", "chip")

@@ -7,7 +7,6 @@ import struct
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 import qvclient
@@ -92,17 +91,6 @@ class Hostile(unittest.TestCase):
             with qvclient.connect(self.server.port, timeout=20) as app:
                 self.assertEqual(app.command("app.numsubnodes()"), "0")
 
-    def test_a_second_client_waits_for_its_turn(self):
-        with qvclient.connect(self.server.port, timeout=20) as first:
-            first.command("app.numsubnodes()")
-            with raw_connection(self.server.port) as second:
-                second.sendall(text("app.numsubnodes()"))
-                second.settimeout(0.3)
-                self.assertRaises(socket.timeout, second.recv, 1)
-                first.close()
-                second.settimeout(20)
-                self.assertEqual(second.recv(100), frame(b"RETVAL:0\0"))
-
     def test_storms_of_connections_leave_nothing_behind(self):
         for count in (200, 10_000):  # the first for what is only set up once
             for i in range(count):
@@ -110,6 +98,8 @@ class Hostile(unittest.TestCase):
                     if i % 10 == 0:  # those that wait are fewer than the system lets wait
                         connection.sendall(text(""))
                         self.assertTrue(answered(connection))
+                    elif i % 3 == 0:
+                        connection.sendall(text("")[: i % 20])
             with qvclient.connect(self.server.port, timeout=60) as app:
                 app.command("")
             if MEASURABLE:
@@ -132,25 +122,6 @@ class Alone(unittest.TestCase):
             long = "0123456789\n" * 1_000_000
             note.text = long
             self.assertEqual(note.text, long)
-
-    def test_a_taken_port_is_an_error(self):
-        with socket.create_server(("127.0.0.1", 0)) as taken:
-            with self.assertRaisesRegex(ChildProcessError, "port"):
-                QvServe(port=taken.getsockname()[1])
-
-    def test_once_ends_with_the_first_client(self):
-        with QvServe("--once") as server:
-            with qvclient.connect(server.port) as app:
-                app.command("app.numsubnodes()")
-            self.assertEqual(server.process.wait(20), 0)
-
-    @unittest.skipIf(sys.platform == "win32", "no signals")
-    def test_it_stops_while_a_client_is_connected(self):
-        with QvServe() as server, qvclient.connect(server.port) as app:
-            app.command("app.numsubnodes()")
-            began = time.monotonic()
-            self.assertEqual(server.stop(), 0)
-            self.assertLess(time.monotonic() - began, 5)
 
     @unittest.skipIf(sys.platform == "win32", "no signals")
     def test_a_request_to_end_leaves_no_files_behind(self):

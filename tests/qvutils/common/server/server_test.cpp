@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -24,9 +23,6 @@ int milliseconds(const std::chrono::steady_clock::time_point& since) {
 std::string text(const char* message) {
     return message ? message : "(none)";
 }
-
-/// Under wine it takes long to learn whose a connection is, and fewer have to do.
-const bool connectionsAreCheap = qvplatform::pathSeparator() == '/';
 
 class Serving : public testing::Test {
 protected:
@@ -84,6 +80,7 @@ TEST_F(Serving, drops_who_does_not_speak_the_protocol) {
         {noise, "the header holds no length"},
         {"GET /?command=app.exit() HTTP/1.1\r\nHost: localhost\r\n\r\n", "holds no length"},
         {"quit\n", "getMessage error! retbytes=5"},
+        {frameOf("a header in pieces").substr(0, 7), "getMessage error! retbytes=7"},
         {std::string("-1\0", 3) + std::string(40, 'x'), "holds no length"},
         {std::string("1001\0", 5) + std::string(40, 'x'), "longer than 1000 bytes"},
         {std::string("99999999999\0", 12) + std::string(40, 'x'), "longer than 1000 bytes"},
@@ -101,17 +98,10 @@ TEST_F(Serving, drops_who_does_not_speak_the_protocol) {
     }
 }
 
-TEST_F(Serving, refuses_a_header_in_two_pieces) {
-    Stranger stranger(server);
-    stranger.say(frameOf("hello").substr(0, 7));
-    EXPECT_EQ(server.getMessage(5), nullptr);
-    EXPECT_TRUE(server.logged("getMessage error! retbytes=7")) << server.log;
-    expectAlive();
-}
-
 TEST_F(Serving, survives_clients_that_leave_anywhere_in_a_frame) {
     const std::string frame = frameOf("0123456789");
-    const std::size_t step = connectionsAreCheap ? 1 : 8;
+    // Under wine it takes long to learn whose a connection is, and fewer have to do.
+    const std::size_t step = qvplatform::pathSeparator() == '/' ? 1 : 8;
     for (std::size_t length = 0; length < frame.size(); length += step) {
         for (const bool byReset : {false, true}) {
             {
@@ -304,31 +294,6 @@ TEST_F(Serving, copies_share_the_sockets) {
     Server copy = server;
     copy.Close();
     EXPECT_FALSE(server.isInitialised());
-}
-
-TEST_F(Serving, loses_no_descriptor_over_many_clients) {
-    const std::filesystem::path descriptors = "/proc/self/fd";
-    const bool canCount = connectionsAreCheap && std::filesystem::exists(descriptors);
-    const auto open = [&] {
-        return canCount ? std::distance(std::filesystem::directory_iterator(descriptors), {}) : 0;
-    };
-    expectAlive();
-    const auto before = open();
-    const int times = connectionsAreCheap ? 10'000 : 15;
-    for (int i = 0; i < times; ++i) {
-        Stranger client(server);
-        ASSERT_TRUE(client.connected) << i;
-        if (i % 3 == 0) client.say(i % 2 == 0 ? frameOf("x") : "x");
-        const bool leavesAtOnce = i % 5 == 0;
-        if (leavesAtOnce) client.socket.close();
-        ASSERT_TRUE(server.waitForClient(leavesAtOnce ? 0 : 5) || leavesAtOnce) << i << server.log;
-        if (i % 7 == 0) server.disconnect();
-        client.socket.close();
-        while (server.isConnected()) server.getMessage(5);
-        server.log.clear();
-    }
-    EXPECT_LE(open(), before + 1);
-    expectAlive();
 }
 
 }  // namespace
