@@ -58,6 +58,8 @@ TEST_F(Evaluation, mistakes_read_0_and_are_told_once_until_something_changes) {
     space.Find("width")->SetValue(2);
     EXPECT_EQ(v->GetValue(), 0.0);
     EXPECT_EQ(warnings(), message);
+    EXPECT_EQ(v->GetFlaw(), message.c_str());
+    EXPECT_EQ(add("user", "width+2*v")->GetFlaw(), message.c_str());
 
     v->SetExpression("1/(width-2)");
     EXPECT_EQ(v->GetValue(), 0.0);
@@ -85,8 +87,11 @@ TEST_F(Evaluation, all_of_a_circle_is_0_and_what_uses_it_reads_0) {
     EXPECT_EQ(value("a"), 0.0);
     EXPECT_EQ(value("b"), 0.0);
     EXPECT_EQ(warnings(), "");
+    for (const char* name : {"a", "b", "user"})
+        EXPECT_EQ(space.Find(name)->GetFlaw(), told.c_str()) << name;
     space.Find("b")->SetValue(1);
     EXPECT_EQ(value("user"), 8.0);
+    EXPECT_EQ(space.Find("user")->GetFlaw(), "");
     space.Find("a")->SetExpression("a+b");
     space.Find("b")->SetExpression("a");
     EXPECT_EQ(value("a"), 0.0);
