@@ -1,10 +1,5 @@
 #include "tests/support/failing_files.h"
 
-FailingFiles::FailingFiles(unsigned counted)
-    : before_(qvplatform::setFileSystem(this)), counted_(counted) {}
-
-FailingFiles::~FailingFiles() { qvplatform::setFileSystem(before_); }
-
 void FailingFiles::failAt(int k, After after, int cause) {
     done_ = 0;
     failing_ = k;
@@ -43,7 +38,7 @@ bool FailingFiles::seek(FILE* file, std::int64_t offset, int origin) {
     return !fails(seeking) && FileSystem::seek(file, offset, origin);
 }
 
-bool FailingFiles::sync(FILE* file) { return !fails(syncing) && FileSystem::sync(file); }
+bool FailingFiles::sync(FILE* file) { return !fails(syncing) && UnsyncedFiles::sync(file); }
 
 bool FailingFiles::close(FILE* file) {
     const bool closed = FileSystem::close(file);
@@ -80,5 +75,5 @@ bool FailingFiles::copyPermissions(const std::string& from, const std::string& t
 }
 
 bool FailingFiles::syncDirectory(const std::string& path) {
-    return !fails(syncing) && FileSystem::syncDirectory(path);
+    return !fails(syncing) && UnsyncedFiles::syncDirectory(path);
 }

@@ -1,9 +1,24 @@
 #pragma once
 #include <cerrno>
+#include <cstdio>
 
 #include "qvutils/common/platform/files.h"
 
-/// The real file system with one operation that fails, in place from construction to destruction.
+/// The real file system, in place from construction to destruction, that does not wait for the disk:
+/// on a busy machine each wait may take seconds.
+class UnsyncedFiles : public qvplatform::FileSystem {
+public:
+    UnsyncedFiles() : before_(qvplatform::setFileSystem(this)) {}
+    ~UnsyncedFiles() override { qvplatform::setFileSystem(before_); }
+
+    bool sync(FILE* file) override { return std::fflush(file) == 0; }
+    bool syncDirectory(const std::string&) override { return true; }
+
+private:
+    qvplatform::FileSystem* before_;
+};
+
+/// The same with one operation that fails.
 ///
 ///     FailingFiles files;
 ///     save();
@@ -12,7 +27,7 @@
 ///         files.failAt(k);
 ///         save();   // … and look at what is left
 ///     }
-class FailingFiles : public qvplatform::FileSystem {
+class FailingFiles : public UnsyncedFiles {
 public:
     /// What counts as an operation and may fail. Asking for the status always works.
     enum Operation : unsigned {
@@ -30,8 +45,7 @@ public:
     };
     enum After { worksAgain, failsOn };
 
-    explicit FailingFiles(unsigned counted = all);
-    ~FailingFiles() override;
+    explicit FailingFiles(unsigned counted = all) : counted_(counted) {}
 
     /// The k-th operation from now on fails with this cause, half of a write done. With `failsOn`
     /// all later ones fail as well, counted or not, as if the process had been stopped there.
@@ -60,7 +74,6 @@ public:
 private:
     bool fails(Operation operation);
 
-    qvplatform::FileSystem* before_;
     unsigned counted_;
     int done_ = 0;
     int failing_ = 0;

@@ -15,6 +15,7 @@
 #include "qvutils/common/platform/process.h"
 #include "qvutils/ui/app/qvapp.h"
 #include "tests/support/captured_output.h"
+#include "tests/support/failing_files.h"
 #include "tests/support/temp_directory.h"
 
 namespace {
@@ -199,6 +200,7 @@ TEST(DiagnosticLevel, lets_warnings_and_messages_through) {
 }
 
 struct RecordTest : SettingsTest {
+    UnsyncedFiles files;
     TempDirectory directory;
 
     // What replaying a command file makes, as text.

@@ -19,6 +19,7 @@ namespace {
 using testing::HasSubstr;
 
 struct SettingsStoreTest : testing::Test {
+    UnsyncedFiles files;
     TempDirectory directory;
     CapturedOutput output;
     std::string path = directory.file("optics.conf");
@@ -159,15 +160,15 @@ TEST_F(SettingsStoreTest, what_cannot_be_written_is_told_and_left_as_it_was) {
     run("app.settings.materialDir = " + std::string(300'000, 'x'));
     EXPECT_THAT(output.takeWarnings(), HasSubstr("too large"));
     EXPECT_EQ(valueOf("mainX"), "5");
-    FailingFiles files;
+    FailingFiles disk;
     run("app.settings.mainX = 6");
-    const int total = files.operations();
+    const int total = disk.operations();
     for (int k = 1; k <= total; ++k) {
-        files.failNever();
+        disk.failNever();
         directory.write("optics.conf", "[options]\nmainX=5\n");
-        files.failAt(k);
+        disk.failAt(k);
         run("app.settings.mainX = 6");
-        files.failNever();
+        disk.failNever();
         const std::string kept = valueOf("mainX");
         EXPECT_TRUE(kept == "6" || (kept == "5" && !output.takeWarnings().empty())) << k;
         output.takeWarnings();
