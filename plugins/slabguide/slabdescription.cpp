@@ -104,7 +104,8 @@ SlabModel::Point SlabModel::point() const {
     }
     // Materials cannot be asked at a wavelength that is none.
     if (!qverr() && !(at.wavelength > 0 && std::isfinite(at.wavelength))) {
-        qverr().setf("the wavelength %g um is not positive\n", at.wavelength);
+        qverr().setf("the wavelength %g um is %s\n", at.wavelength,
+                     at.wavelength > 0 ? "out of range" : "not positive");
     }
     return at;
 }

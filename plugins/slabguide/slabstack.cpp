@@ -46,8 +46,9 @@ double Stack::wavenumber() const {
 }
 
 std::string Stack::flaw() const {
+    if (!(wavelength > 0)) return "the wavelength " + text(wavelength) + " um is not positive";
     if (!(wavelength >= shortest && wavelength <= longest))
-        return "the wavelength " + text(wavelength) + " um is not positive, or out of range";
+        return "the wavelength " + text(wavelength) + " um is out of range";
     const std::size_t count = layers.size();
     if (count == 0) return "there are no layers";
     if (count == 1) return "there is only one layer: a substrate and a cover are needed";
