@@ -4,8 +4,8 @@
 
 #include "qvutils/common/platform/files.h"
 
-/// The real file system, in place from construction to destruction, that does not wait for the disk:
-/// on a busy machine each wait may take seconds.
+/// The real file system, in place from construction to destruction, that does not wait for the
+/// disk: on a busy machine each wait may take seconds.
 class UnsyncedFiles : public qvplatform::FileSystem {
 public:
     UnsyncedFiles() : before_(qvplatform::setFileSystem(this)) {}

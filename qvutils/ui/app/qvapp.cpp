@@ -159,6 +159,7 @@ void qvApp::saveRecord(const QVString& path) {
 }
 
 void qvApp::statementBegins(const char* command, bool outermost) {
+    ranOthers_ = !outermost;
     if (!outermost) return;
     recording_ = settings_.values().enableRecord;
     if (*command) commandLog_.addLine(command);
@@ -166,7 +167,8 @@ void qvApp::statementBegins(const char* command, bool outermost) {
 
 void qvApp::statementEnded(const char* command, bool outermost) {
     if (!outermost) return;
-    const bool failed = qverr() && qverr() != partlyLoaded;
+    // A command file with an error in it has done the rest: it is to be run again.
+    const bool failed = qverr() && qverr() != partlyLoaded && !ranOthers_;
     if (qverr()) commandLog_.add(qvAsComment(std::string("error: ") + qverr().chars()));
     if (recording_ && settings_.values().enableRecord && *command) record_.add(command, failed);
 }

@@ -64,6 +64,7 @@ private:
     qvLogFile outputLog_;
     qvCommandRecord record_;
     bool recording_ = false;  ///< the statement that runs began while commands were recorded
+    bool ranOthers_ = false;  ///< the statement has run others, as those of a file
 };
 
 /// Lets material files be looked for in a directory; an empty text for none.

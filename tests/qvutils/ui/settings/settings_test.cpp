@@ -217,7 +217,7 @@ struct RecordTest : SettingsTest {
 TEST_F(RecordTest, what_is_recorded_and_what_is_logged_replay_to_the_same_project) {
     const std::string log = directory.file("commands.qv");
     const std::string record = directory.file("record.qv");
-    const std::string inner = directory.write("inner.qv", "p.addsubnode(\"notesTB\", \"n;1\")\n");
+    const std::string inner = directory.write("inner.qv", "p.addsubnode(\"notesTB\", \"n;1\")\nno.such\n");
     execute("app.settings.commandLogFile = " + quoted(log) +
             "; app.settings.enableRecord = 1\n"
             "app.addsubnode(\"projectTB\", \"P\"); Ref& p = app.subnodes[1] // the one\n"
