@@ -30,6 +30,17 @@ if(WIN32 AND NOT BUILD_SHARED_LIBS)
     list(APPEND libraries qvcore_dll)
 endif()
 
+# What Windows enters a plug-in by; part of every plug-in.
+set(plugin_parts)
+if(WIN32)
+    add_library(qvcore_pluginstart STATIC qvutils/common/platform/pluginstart_win32.cpp)
+    add_library(qvcore::pluginstart ALIAS qvcore_pluginstart)
+    set_target_properties(qvcore_pluginstart PROPERTIES EXPORT_NAME pluginstart)
+    target_include_directories(qvcore_pluginstart PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(qvcore_pluginstart PRIVATE $<BUILD_INTERFACE:qv_compile>)
+    set(plugin_parts qvcore_pluginstart)
+endif()
+
 # The umbrella header names every public header of every room.
 set(umbrella_folder ${PROJECT_BINARY_DIR}/umbrella)
 list(TRANSFORM public_headers REPLACE "(.+)" "#include \"\\1\"" OUTPUT_VARIABLE include_lines)
@@ -69,7 +80,7 @@ list(JOIN pc_libraries " " pc_libraries)
 configure_file(cmake/qvcore.pc.in qvcore.pc.in @ONLY)
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/qvcore.pc INPUT ${PROJECT_BINARY_DIR}/qvcore.pc.in)
 
-install(TARGETS ${libraries} EXPORT qvcoreTargets)
+install(TARGETS ${libraries} ${plugin_parts} EXPORT qvcoreTargets)
 install(EXPORT qvcoreTargets NAMESPACE qvcore:: DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/qvcoreConfig.cmake
               ${PROJECT_BINARY_DIR}/qvcoreConfigVersion.cmake

@@ -1,7 +1,8 @@
-#include <exception>
+#include <cstdio>
 #include <utility>
 
 #include "qvutils/common/platform/files.h"
+#include "qvutils/common/platform/pluginstart_win32.h"
 #include "qvutils/common/platform/sharedlibrary.h"
 #include "qvutils/common/platform/win32text.h"
 
@@ -9,10 +10,13 @@ namespace qvplatform {
 
 namespace {
 
-/// The loader gives the code of an exception that an initialiser has thrown as the cause.
+/// What the initialisers of the library being opened have thrown. Of a library with another entry
+/// point the loader gives the code of an exception as the cause, if it survives that.
+thread_local char thrown[512];
 constexpr DWORD thrownByCompiledCode = 0x20474343;
 
 std::string systemText(DWORD cause) {
+    if (*thrown) return std::string("an initialiser failed: ") + thrown;
     if (cause == thrownByCompiledCode) return "an initialiser failed";
     wchar_t text[512];
     DWORD length = FormatMessageW(
@@ -55,16 +59,14 @@ private:
 bool SharedLibrary::open(const std::string& path, std::string& error) {
     close();
     const QuietLoader quiet;
-    try {
-        handle_ = LoadLibraryExW(loaderPath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-        if (handle_) return true;
-        error = systemText(GetLastError());
-    } catch (const std::exception& thrown) {
-        error = std::string("an initialiser failed: ") + thrown.what();
-    } catch (...) {
-        error = "an initialiser failed";
-    }
-    return false;
+    *thrown = '\0';
+    handle_ = LoadLibraryExW(loaderPath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (!handle_) error = systemText(GetLastError());
+    return handle_ != nullptr;
+}
+
+void noteInitialiserFailure(const char* text) {
+    std::snprintf(thrown, sizeof thrown, "%s", text);
 }
 
 void SharedLibrary::close() {

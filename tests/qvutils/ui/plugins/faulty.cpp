@@ -1,5 +1,6 @@
 // A plug-in that fails in the way QV_WAY, after it has registered something that must not stay.
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "qvutils/common/error/qverror.h"
@@ -39,7 +40,8 @@ std::complex<double> faultyComplex(const ParList<std::complex<double>>&) {
 
 struct Initialiser {
     Initialiser() {
-        if (way == "initialiser") throw std::runtime_error("no calibration");
+        const std::string missing(way == "initialiser" ? "no calibration" : "");
+        if (!missing.empty()) throw std::runtime_error(missing);
     }
 } const initialiser;
 
