@@ -326,7 +326,8 @@ std::vector<Complex> complexModes(const Media<Complex>& media, Polarisation pola
         error = search.error();
         if (effort.isTooMuch()) {
             error = "the search for the modes of " + std::to_string(media.size()) +
-                    " layers takes too long; " + std::to_string(modes.size()) + " were found";
+                    " layers takes too long: given up with " + std::to_string(modes.size()) +
+                    " found";
         }
         if (search.isInDoubt() && !effort.isOver()) continue;
         if (!error.empty()) return {};

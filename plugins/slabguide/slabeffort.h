@@ -25,7 +25,7 @@ public:
 
 private:
     static constexpr std::size_t betweenLooks = 10'000;
-    static constexpr std::size_t most = 200'000'000;
+    static constexpr std::size_t most = 100'000'000;
 
     std::function<bool()> stop_;
     std::size_t spent_ = 0, nextLook_ = 0;

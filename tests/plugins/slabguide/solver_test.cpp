@@ -289,7 +289,7 @@ TEST(SlabSolver, a_search_stops_when_it_is_told_to_and_gives_up_when_it_takes_to
     effort.spend(1'000'000'000);
     std::string error;
     slab::complexModes(slab::mediaOf(metals(4)), both[1], effort, error);
-    EXPECT_EQ(error, "the search for the modes of 10 layers takes too long; 0 were found");
+    EXPECT_EQ(error, "the search for the modes of 10 layers takes too long: given up with 0 found");
 }
 
 TEST(SlabSolver, what_cannot_be_solved_is_told_with_its_layer_and_value) {
