@@ -176,6 +176,32 @@ void dropRepeated(QVPoints& vertices, double rounding) {
     while (vertices.size() > 1 && same(vertices.front(), vertices.back())) vertices.pop_back();
 }
 
+/// Whether a tip of the moved outline, which runs faster than the edges, has run through another
+/// edge of the polygon and out on the other side; it should have stopped there.
+bool runsThrough(const QVPoints& vertices, const QVPoints& moved, double distance) {
+    const std::size_t n = vertices.size(), count = moved.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const Point &before = moved[i ? i - 1 : count - 1], &tip = moved[i];
+        const Point& after = moved[(i + 1) % count];
+        if (!(qvSide(before, tip, after) * distance > 0)) continue;
+        const double in = std::hypot(tip.x - before.x, tip.y - before.y);
+        const double out = std::hypot(after.x - tip.x, after.y - tip.y);
+        const Point u{(tip.x - before.x) / in, (tip.y - before.y) / in};
+        const Point v{(after.x - tip.x) / out, (after.y - tip.y) / out};
+        const double part = distance / (1 + u.x * v.x + u.y * v.y);
+        // Where the tip came from, and the way to it without its end.
+        const Point from{tip.x - part * (u.y + v.y), tip.y + part * (u.x + v.x)};
+        const Point start{from.x + 1e-6 * (tip.x - from.x), from.y + 1e-6 * (tip.y - from.y)};
+        for (std::size_t k = 0; k < n; ++k) {
+            const Point &a = vertices[k], &b = vertices[(k + 1) % n];
+            if ((qvSide(a, b, start) > 0) != (qvSide(a, b, tip) > 0) &&
+                (qvSide(start, tip, a) > 0) != (qvSide(start, tip, b) > 0))
+                return true;
+        }
+    }
+    return false;
+}
+
 const char* offsetCounterClockwise(QVPoints& vertices, double distance) {
     MovingEdges edges(vertices, distance > 0);
     if (!edges.moveTo(std::fabs(distance))) return nothingLeft;
@@ -186,6 +212,7 @@ const char* offsetCounterClockwise(QVPoints& vertices, double distance) {
     if (moved.size() < 3) return nothingLeft;
     if (!(qvSignedArea(moved) > 0) || !qvIsSimplePolygon(moved)) {
         if (const char* flaw = qvOutlineOf(moved, size + std::fabs(distance))) return flaw;
+        if (runsThrough(vertices, moved, distance)) return "its edges would run through each other";
     }
     vertices = std::move(moved);
     return nullptr;

@@ -290,16 +290,12 @@ TEST(PolygonOffset, edges_vanish_on_the_way) {
         EXPECT_NEAR(std::fabs(qvSignedArea(points)), row.area, 1e-12);
         EXPECT_EQ(points.size(), row.vertices) << row.area;
     }
-    // A tip that runs through the edges opposite; beside it a vertex with a turn of half a degree.
-    QVPoints knife{{-0.6, -0.3}, {-0.3, -0.3}, {0.3, 0.5},    {-0.7, 0},    {0.4, 1},    {0.5, 0.2},
-                   {0.8, -0.8},  {0.1, -0.82}, {-0.7, -0.85}, {-0.9, -0.6}, {-0.8, -0.1}};
-    ASSERT_STREQ(qvOffsetPolygon(knife, 1), nullptr);
-    const double turn = std::atan2(0.02, 0.7), next = std::atan2(0.03, 0.8);
-    const double reach = 1 / std::cos((next - turn) / 2), middle = (turn + next) / 2;
-    const Point kept{0.1 + reach * std::sin(middle), -0.82 - reach * std::cos(middle)};
-    EXPECT_TRUE(std::any_of(knife.begin(), knife.end(), [&](const Point& p) {
-        return std::hypot(p.x - kept.x, p.y - kept.y) < 1e-12;
-    }));
+    // The same bay with a vertex at which an edge turns by a quarter of a degree.
+    QVPoints bay = rows[std::size(rows) - 1].polygon;
+    bay.push_back({-0.01, 4});
+    ASSERT_STREQ(qvOffsetPolygon(bay, 2.375), nullptr);
+    EXPECT_EQ(bay.size(), 11U);
+    EXPECT_NEAR(qvBoundingRect(bay).left, -0.01 - 2.375 * std::hypot(1, 0.0025), 1e-12);
 }
 
 TEST(PolygonOffset, a_result_that_is_no_polygon_is_refused_with_its_reason) {
@@ -317,6 +313,19 @@ TEST(PolygonOffset, a_result_that_is_no_polygon_is_refused_with_its_reason) {
         {{{0, 0}, {4, 0}, {0, 3}}, -1.01, "nothing would be left"},
         {dumbbell, -0.75, "it would fall into parts"},
         {clasp, 0.75, "it would have a hole"},
+        {{{-0.6, -0.3},
+          {-0.3, -0.3},
+          {0.3, 0.5},
+          {-0.7, 0},
+          {0.4, 1},
+          {0.5, 0.2},
+          {0.8, -0.8},
+          {0.1, -0.82},
+          {-0.7, -0.85},
+          {-0.9, -0.6},
+          {-0.8, -0.1}},
+         1,
+         "its edges would run through each other"},
         {{{0, 0}, {2, 2}, {2, 0}, {0, 2}}, 0.1, "its edges cross or touch each other"},
         {{{0, 0}, {2, 0}, {4, 0}, {2, 0}}, 0.1, "its edges cross or touch each other"},
         {{{0, 0}, {4, 0}, {4, 4}, {2, 0}, {0, 4}}, 0.1, "its edges cross or touch each other"},
