@@ -94,12 +94,9 @@ namespace {
 std::string withoutDots(const std::string& path) {
     std::string result;
     for (std::size_t i = 0; i < path.size(); ++i) {
-        const bool isDot = i + 2 < path.size() && i > 1 && isPathSeparator(path[i]) &&
-                           path[i + 1] == '.' && isPathSeparator(path[i + 2]);
-        if (isDot)
-            ++i;
-        else
-            result += path[i];
+        result += path[i];
+        if (i < 2 || !isPathSeparator(path[i])) continue;
+        while (i + 2 < path.size() && path[i + 1] == '.' && isPathSeparator(path[i + 2])) i += 2;
     }
     return result;
 }
