@@ -171,13 +171,14 @@ QVString indexText(const qvParameter<slab::Complex>& index) {
 
 }  // namespace
 
-bool qvSlabNode::readSetting(const std::string& key, QVString& text, Kept& kept) {
+bool qvSlabNode::readSetting(const std::string& key, QVString& text, const Kept& kept) {
     bool well = false;
     int place = 0;
     if (key == settingNames[0]) well = wavelength_.Read(GetNameSpace(), text);
     if (key == settingNames[1]) well = temperature_.Read(GetNameSpace(), text), place = 1;
     if (key == settingNames[2]) well = polarisation_.Read(GetNameSpace(), text), place = 2;
-    if (well) kept_[place] = std::exchange(kept, {});
+    // Of a setting that stands twice the second counts; what stood before the first is not lost.
+    if (well) kept_[place] = {kept_[place].lead + kept.lead, kept.comment};
     return well;
 }
 
@@ -194,36 +195,25 @@ std::unique_ptr<qvSlabLayer> qvSlabNode::readLayer(const std::string& key, QVStr
     return well ? std::move(layer) : nullptr;
 }
 
-void qvSlabNode::readLine(std::string_view line, QVString& lead) {
-    const std::string_view statement = line.substr(0, line.find("//"));
-    const std::string_view content = trimmed(statement);
-    if (content.empty()) {
-        if (!trimmed(line).empty()) lead += line;
-        return;
-    }
-    const std::size_t equals = content.find('=');
-    const std::string key(trimmed(content.substr(0, equals)));
-    QVString text(trimmed(content.substr(std::min(equals, content.size() - 1) + 1)));
-    const std::size_t end = statement.find_last_not_of(blanks) + 1;
-    Kept kept{lead, QVString(line.substr(end, line.find_last_not_of(blanks) + 1 - end))};
-    bool well = false;
+/// False for a line that is kept as it stands.
+bool qvSlabNode::readLine(const DefinitionLine& line, const QVString& lead) {
+    if (line.kind == DefinitionLine::other) return false;
+    const std::string key(line.left);  // empty without a "="
+    QVString text(line.definition.c_str());
+    const Kept kept{lead, QVString(line.comment)};
     if (key == "layer" || key == "materiallayer") {
         std::unique_ptr<qvSlabLayer> layer = readLayer(key, text);
-        well = layer && text.Empty();
-        if (well) {
+        if (layer && text.Empty()) {
             layer->lead = kept.lead;
             layer->comment = kept.comment;
             layers_.all.push_back(std::move(layer));
+            return true;
         }
-    } else {
-        well = readSetting(key, text, kept);
+    } else if (readSetting(key, text, kept)) {
+        return true;
     }
-    if (well) {
-        lead = "";
-        return;
-    }
-    SyntaxErr("%s: cannot read the line: %s\n", getName().Chars(), std::string(content).c_str());
-    lead += line;
+    SyntaxErr("%s: cannot read the line: %s", getName().Chars(), line.told().c_str());
+    return false;
 }
 
 bool qvSlabNode::ReadTB(TextBlock& block) {
@@ -232,15 +222,14 @@ bool qvSlabNode::ReadTB(TextBlock& block) {
     for (Kept& kept : kept_) kept = {};
     dropScan();
     RememberBlock(block, true);
-    QVString lead;
-    for (std::string_view rest = block.body(); !rest.empty();) {
-        const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;
-        std::string line(rest.substr(0, length));
-        if (line.back() != '\n') line += '\n';
-        readLine(line, lead);
-        rest.remove_prefix(length);
-    }
-    closing_ = lead;
+    closing_ = "";
+    forEachDefinitionLine(block, [&](const DefinitionLine& line) {
+        if (readLine(line, closing_)) {
+            closing_ = "";
+        } else {
+            closing_ += withLineEnd(line.whole).c_str();
+        }
+    });
     return true;
 }
 

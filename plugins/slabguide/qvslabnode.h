@@ -9,6 +9,7 @@
 #include "plugins/slabguide/slabmode.h"
 #include "plugins/slabguide/slabscan.h"
 #include "qvutils/common/statefiles/sfhandler.h"
+#include "qvutils/ui/nodes/definitionlines.h"
 #include "qvutils/ui/project/qvnodeinfo.h"
 #include "qvutils/ui/project/qvprojnode.h"
 
@@ -110,9 +111,9 @@ private:
     const slab::Mode* modeAt(int mode);
     const SlabScan::Mode* scannedAt(int point, int mode);
     bool hasPoint(int point);
-    bool readSetting(const std::string& key, QVString& text, Kept& kept);
+    bool readSetting(const std::string& key, QVString& text, const Kept& kept);
     std::unique_ptr<qvSlabLayer> readLayer(const std::string& key, QVString& text);
-    void readLine(std::string_view line, QVString& lead);
+    bool readLine(const DefinitionLine& line, const QVString& lead);
     void dropScan();
     void tellWhere();
     bool mayShow(const QVString& what, std::initializer_list<const char*> known);

@@ -3,12 +3,14 @@
 #include <string>
 #include <string_view>
 
+#include "qvutils/common/platform/qvexport.h"
+
 class TextBlock;
 
 /// One line of a body that consists of definitions, one a line:
 ///     line = [ left "=" definition ] [ "//" comment ] | nested block
 /// Blank lines are not told.
-struct DefinitionLine {
+struct QVCORE_API DefinitionLine {
     enum Kind {
         assignment,
         other,     ///< a comment line or a line of a nested block
@@ -24,15 +26,15 @@ struct DefinitionLine {
 };
 
 /// Calls `tell` for each line of the block's body.
-void forEachDefinitionLine(const TextBlock& block,
-                           const std::function<void(const DefinitionLine&)>& tell);
+QVCORE_API void forEachDefinitionLine(const TextBlock& block,
+                                      const std::function<void(const DefinitionLine&)>& tell);
 
 /// The line of a definition, in a form that is read back as the same.
 std::string definitionLineText(std::string_view left, std::string_view definition,
                                std::string_view comment);
 
 /// The line with a line end.
-std::string withLineEnd(std::string_view line);
+QVCORE_API std::string withLineEnd(std::string_view line);
 
 /// Posts an error for a formula that the line would lose: one with "//" in it.
 bool refuseComment(std::string_view formula);
