@@ -24,7 +24,8 @@ std::string rewritten(qvSlabNode& node, const std::string& text) {
     return std::string(written.text());
 }
 
-void tryBlock(const std::string& text) {
+void tryBlock(std::string text) {
+    std::erase(text, '\r');  // one before a line end goes each time a text is read
     static qvSlabNode& node = [&]() -> qvSlabNode& {
         static const qvProjectNodeInfoClass registration(slabNodeInfo());
         registerProjectNode();
