@@ -1,5 +1,6 @@
 #include "qvutils/ui/plugins/qvplugins.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <set>
 #include <string_view>
@@ -64,8 +65,9 @@ void qvPlugins::load(const std::vector<std::string>& directories, const qvLicenc
     std::set<std::string> seen;
     for (const std::string& directory : directories) {
         // The path of a file in it is the same with and without "/" or "/." at the directory's end.
-        if (!seen.insert(qvplatform::fullPath(qvplatform::joinPath(directory, "x"))).second)
-            continue;
+        std::string inside = qvplatform::fullPath(qvplatform::joinPath(directory, "x"));
+        std::replace_if(inside.begin(), inside.end(), qvplatform::isPathSeparator, '/');
+        if (!seen.insert(inside).second) continue;
         if (!loadDirectory(directory, licence, host)) allLoaded = false;
     }
     if (!allLoaded) qverr().set(loadFailed, "a plugin failed to load - see Warnings");
