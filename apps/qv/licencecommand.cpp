@@ -1,6 +1,5 @@
 #include "apps/qv/licencecommand.h"
 
-#include <cerrno>
 #include <cstdio>
 
 #include "qvutils/common/error/qverror.h"
@@ -24,11 +23,8 @@ bool complain(const std::string& text) {
 }
 
 bool readText(const std::string& path, std::string& text) {
-    const qvplatform::FileStatus status = qvplatform::fileSystem().status(path);
-    if (status.size > static_cast<std::int64_t>(qvLicenceFile::maxSize))
-        return complain("\"" + path + "\" is too long");
-    return qvplatform::readWholeFile(path, text) ||
-           complain("could not read \"" + path + "\": " + qvplatform::errorText(errno));
+    const std::string problem = qvLicenceFile::read(path, text);
+    return problem.empty() || complain(problem);
 }
 
 bool writeText(const std::string& path, const std::string& text, bool privateToUser) {

@@ -89,4 +89,5 @@ if(NOT EMULATOR)
     expect(STATUS 0 OUT "0\n" ERR "settings file \"/dev/zero\": is no file[^\n]*\n"
            ARGS --settings /dev/zero -c "app.numsubnodes()")
     expect(STATUS 1 ERR "qv: licence file \"/dev/zero\" is no file\n" ARGS --licence /dev/zero -c 1)
+    expect(STATUS 1 ERR "qv licence: \"/dev/zero\" is no file\n" ARGS licence check KEY /dev/zero)
 endif()

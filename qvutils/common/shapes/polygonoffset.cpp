@@ -192,8 +192,13 @@ bool runsThrough(const QVPoints& vertices, const QVPoints& moved, double distanc
         // Where the tip came from, and the way to it without its end.
         const Point from{tip.x - part * (u.y + v.y), tip.y + part * (u.x + v.x)};
         const Point start{from.x + 1e-6 * (tip.x - from.x), from.y + 1e-6 * (tip.y - from.y)};
+        const auto [left, right] = std::minmax(start.x, tip.x);
+        const auto [low, high] = std::minmax(start.y, tip.y);
         for (std::size_t k = 0; k < n; ++k) {
             const Point &a = vertices[k], &b = vertices[(k + 1) % n];
+            if (std::max(a.x, b.x) < left || std::min(a.x, b.x) > right ||
+                std::max(a.y, b.y) < low || std::min(a.y, b.y) > high)
+                continue;
             if ((qvSide(a, b, start) > 0) != (qvSide(a, b, tip) > 0) &&
                 (qvSide(start, tip, a) > 0) != (qvSide(start, tip, b) > 0))
                 return true;

@@ -67,21 +67,20 @@ bool isPrintable(std::string_view text) {
 
 }  // namespace
 
-bool qvLicenceFile::load(const std::string& path) {
-    std::string text;
+std::string qvLicenceFile::read(const std::string& path, std::string& text) {
     const qvplatform::FileStatus status = qvplatform::fileSystem().status(path);
     // From a pipe or a device the end might never come.
-    if (status.kind == qvplatform::FileKind::other)
-        return refuse("licence file \"" + path + "\" is no file");
-    if (status.isFile() && status.size > static_cast<std::int64_t>(maxSize)) {
-        return refuse("licence file \"" + path + "\" is longer than " + std::to_string(maxSize) +
-                      " bytes");
-    }
-    if (!qvplatform::readWholeFile(path, text)) {
-        return refuse("licence file \"" + path +
-                      "\" cannot be read: " + qvplatform::errorText(errno));
-    }
-    return parse(path, text);
+    if (status.kind == qvplatform::FileKind::other) return "\"" + path + "\" is no file";
+    if (status.isFile() && status.size > static_cast<std::int64_t>(maxSize))
+        return "\"" + path + "\" is longer than " + std::to_string(maxSize) + " bytes";
+    if (qvplatform::readWholeFile(path, text)) return "";
+    return "\"" + path + "\" cannot be read: " + qvplatform::errorText(errno);
+}
+
+bool qvLicenceFile::load(const std::string& path) {
+    std::string text;
+    const std::string problem = read(path, text);
+    return problem.empty() ? parse(path, text) : refuse("licence file " + problem);
 }
 
 bool qvLicenceFile::parse(const std::string& path, std::string_view text) {

@@ -25,6 +25,9 @@ public:
 
     /// False with an error that names the file and the line.
     bool load(const std::string& path);
+    /// The text of a licence, or of a key for one; returns what is wrong with the file, nothing when
+    /// all is well.
+    static std::string read(const std::string& path, std::string& text);
     bool parse(const std::string& path, std::string_view text);
 
     std::string number() const override { return number_; }
